@@ -1,0 +1,57 @@
+# Compile and link options of every target of ours, as the interface targets velk_options (all code) and
+# velk_windows_libs (the system import libraries).
+add_library(velk_options INTERFACE)
+target_include_directories(velk_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_definitions(velk_options INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
+
+if(MSVC)
+    target_compile_options(velk_options INTERFACE /W4 /WX /permissive- /utf-8 /Zc:__cplusplus)
+    set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
+else()
+    target_compile_options(
+        velk_options
+        INTERFACE -Wall
+                  -Wextra
+                  -Wpedantic
+                  -Wconversion
+                  -Wshadow
+                  -Werror
+                  -Wsign-conversion
+                  -Wnon-virtual-dtor
+                  -Woverloaded-virtual
+                  -Wcast-align
+                  -Wduplicated-cond
+                  -Wlogical-op
+                  -Wnull-dereference
+                  -Wextra-semi)
+    # Everything is linked in: the DLL may import from system DLLs alone, and test programs run without any DLL beside
+    # them. winpthread needs its archive named, -static alone leaves it to the import library.
+    target_link_options(
+        velk_options
+        INTERFACE
+        -static
+        -static-libgcc
+        -static-libstdc++
+        -Wl,--dynamicbase
+        -Wl,--high-entropy-va
+        -Wl,--nxcompat)
+    add_compile_options($<$<CONFIG:Release>:-O2> $<$<CONFIG:Release>:-ffunction-sections>
+                        $<$<CONFIG:Release>:-fdata-sections>)
+    add_link_options($<$<CONFIG:Release>:-Wl,--gc-sections> $<$<CONFIG:Release>:-s>)
+    if(VELK_HARDENED)
+        # MinGW has no sanitizer run-time; trapping needs none.
+        target_compile_options(velk_options INTERFACE -fsanitize=undefined -fsanitize-undefined-trap-on-error)
+        target_compile_definitions(velk_options INTERFACE _GLIBCXX_ASSERTIONS)
+    endif()
+    if(VELK_COVERAGE)
+        target_compile_options(velk_options INTERFACE --coverage)
+        target_link_options(velk_options INTERFACE --coverage)
+    endif()
+endif()
+
+add_library(velk_windows_libs INTERFACE)
+target_link_libraries(velk_windows_libs INTERFACE setupapi ole32 oleaut32 advapi32 uuid wbemuuid)
+
+if(CMAKE_CROSSCOMPILING)
+    set(CMAKE_CROSSCOMPILING_EMULATOR ${PROJECT_SOURCE_DIR}/tools/wine-run;${CMAKE_BINARY_DIR})
+endif()

@@ -1,0 +1,28 @@
+# velk_room(NAME [LINKS target...]): the static library velk_NAME of all sources of the current folder.
+function(velk_room name)
+    cmake_parse_arguments(arg "" "" "LINKS" ${ARGN})
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
+    if(NOT sources)
+        add_library(velk_${name} INTERFACE)
+        target_link_libraries(velk_${name} INTERFACE velk_options velk_windows_libs ${arg_LINKS})
+        return()
+    endif()
+    add_library(velk_${name} STATIC ${sources})
+    target_link_libraries(velk_${name} PUBLIC velk_options velk_windows_libs ${arg_LINKS})
+endfunction()
+
+# velk_test_suite(NAME [LINKS target...] [LABELS label...]): NAME_tests.exe of all sources in tests/NAME, run by CTest
+# as one process: starting a process under Wine costs more than most suites take.
+function(velk_test_suite name)
+    cmake_parse_arguments(arg "" "" "LINKS;LABELS" ${ARGN})
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+    if(NOT sources)
+        return()
+    endif()
+    add_executable(${name}_tests ${sources})
+    target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(${name}_tests PRIVATE velk_options velk_test_support ${arg_LINKS})
+    add_test(NAME ${name} COMMAND ${name}_tests WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600 LABELS "${arg_LABELS}")
+endfunction()

@@ -1,0 +1,29 @@
+#pragma once
+
+// The one door to the platform's headers, and the one place for compiler extensions: every other file
+// includes this instead of <windows.h>, so that all translation units see the same macros and the same vtable
+// layouts.
+
+#include <windows.h>
+
+#include <oaidl.h>
+#include <objbase.h>
+#include <oleauto.h>
+#include <setupapi.h>
+#include <wbemidl.h>
+// wmiutils.h follows wbemidl.h: it uses its types.
+#include <wmiutils.h>
+
+// windows.h makes macros of these names. IWbemServices::GetObject and IWbemPath::GetClassName must keep
+// theirs.
+#undef GetObject
+#undef GetClassName
+
+/// Identifiers of WMI's object-path parser. MinGW's import libraries lack them, so they stand here for all
+/// compilers.
+inline constexpr CLSID kClsidWbemDefPath = {
+    0xcf4cc405, 0xe2c5, 0x4ddd, {0xb3, 0xce, 0x5e, 0x75, 0x82, 0xd8, 0xc9, 0xfa}};
+inline constexpr IID kIidIWbemPath = {
+    0x3bc15af2, 0x736c, 0x477e, {0x9e, 0x51, 0x23, 0x8a, 0xf8, 0x66, 0x7d, 0xcc}};
+inline constexpr IID kIidIWbemPathKeyList = {
+    0x9ae62877, 0x7544, 0x4bb0, {0xaa, 0x26, 0xa1, 0x38, 0x24, 0x65, 0x9e, 0xd6}};
