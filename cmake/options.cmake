@@ -17,7 +17,6 @@ else()
                   -Wshadow
                   -Werror
                   -Wsign-conversion
-                  -Wnon-virtual-dtor
                   -Woverloaded-virtual
                   -Wcast-align
                   -Wduplicated-cond

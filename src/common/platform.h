@@ -10,6 +10,12 @@
 #include <objbase.h>
 #include <oleauto.h>
 #include <setupapi.h>
+
+// windows.h makes macros of these names. IWbemServices::GetObject and IWbemPath::GetClassName must be
+// declared under their own.
+#undef GetObject
+#undef GetClassName
+
 #include <wbemidl.h>
 // wmiutils.h follows wbemidl.h: it uses its types.
 #include <wmiutils.h>
