@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "common/platform.h"
+
+namespace velkhost {
+
+/// A machine file that cannot be used. The text names the file and the JSON path of the offending value.
+class MachineError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A device property as SetupAPI hands it out.
+struct DeviceProperty {
+    DWORD type = REG_NONE;  ///< REG_SZ, REG_MULTI_SZ, REG_DWORD, or whatever an odd case needs
+    std::vector<BYTE> bytes;
+};
+
+/// One device of the Plug and Play database. A property that is not in the map is absent.
+struct PnpDevice {
+    std::wstring enumerator = L"PCI";
+    std::wstring instanceId;  ///< with the enumerator: PCI\VEN_...\...
+    bool present = true;
+    std::map<DWORD, DeviceProperty> properties;  ///< by SPDRP_ code
+
+    void SetText(DWORD property, const std::wstring& text);
+    void SetTexts(DWORD property, const std::vector<std::wstring>& texts);
+    void SetNumber(DWORD property, DWORD number);
+};
+
+/// What GetComputerNameExW answers by format. A name that is absent makes the call fail.
+struct ComputerNames {
+    std::optional<std::wstring> dnsFullyQualified;
+    std::optional<std::wstring> dnsHostname;
+    std::optional<std::wstring> netbios;
+};
+
+/// The firmware's structure table without its entry point, as Windows hands it out.
+struct SmbiosFirmware {
+    std::uint8_t majorVersion = 0;
+    std::uint8_t minorVersion = 0;
+    std::vector<std::uint8_t> table;
+};
+
+/// An instance that another provider of the machine would serve.
+struct SuiteObject {
+    std::wstring nameSpace;  ///< as in root\VKQ
+    std::wstring className;
+    nlohmann::json properties;  ///< an object: property name to value
+};
+
+/// Everything about a machine that the provider can see.
+struct Machine {
+    ComputerNames names;
+    std::vector<PnpDevice> devices;  ///< in SetupAPI's enumeration order
+    std::optional<SmbiosFirmware> smbios;
+    std::vector<SuiteObject> objects;
+};
+
+/// Reads a machine file. Throws MachineError.
+Machine LoadMachine(const std::filesystem::path& file);
+
+/// The same from JSON text; `origin` stands for the file's name in errors. Throws MachineError.
+Machine ParseMachine(const std::string& json, const std::string& origin);
+
+/// UTF-8 to wide text and back; malformed input becomes U+FFFD.
+std::wstring WideFromUtf8(const std::string& text);
+std::string Utf8FromWide(const std::wstring& text);
+
+}  // namespace velkhost

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <vector>
+
+#include "host/import_redirect.h"
+#include "host/machine/machine.h"
+
+namespace velkhost {
+
+/// Makes a loaded module see a machine: its imports of SetupAPI's device enumeration and of
+/// GetComputerNameExW answer from the machine, with the platform's own rules, and its CreateFileW does not
+/// find the health driver. What the module does not import stays out. In a unit test the module is the test
+/// program itself.
+///
+/// One replay exists at a time in a process. To be destroyed before the module is unloaded and while no other
+/// thread is inside it.
+class MachineReplay {
+  public:
+    /// Throws std::logic_error when another replay is alive.
+    MachineReplay(HMODULE module, Machine machine);
+    ~MachineReplay();
+    MachineReplay(const MachineReplay&) = delete;
+    MachineReplay& operator=(const MachineReplay&) = delete;
+
+    /// The machine that answers; may be changed between calls of the module. Device sets that are still open
+    /// keep the devices that they were made of.
+    Machine& Current() noexcept;
+
+    /// Device information sets that the module has not destroyed yet.
+    static std::size_t OpenDeviceSets();
+
+  private:
+    std::vector<ImportRedirect> redirects_;
+};
+
+}  // namespace velkhost
