@@ -1,0 +1,50 @@
+#pragma once
+
+#include "common/common_log.h"
+
+namespace velk {
+
+/// How every site writes to the process-wide log: names the function as class, two colons and method, and
+/// writes one line, all under the log's in-process mutex. Never throws, keeps GetLastError(), and is silent
+/// without a log.
+class FunctionLog {
+  public:
+    /// Both texts must outlive the object.
+    FunctionLog(const wchar_t* className, const wchar_t* method) noexcept
+        : className_(className), method_(method) {}
+
+    template <class... Arguments>
+    void Verbose(const wchar_t* format, const Arguments&... arguments) const noexcept {
+        Write([&](CCommonLog& log) { log.LogVerbose(format, arguments...); });
+    }
+    template <class... Arguments>
+    void Information(const wchar_t* format, const Arguments&... arguments) const noexcept {
+        Write([&](CCommonLog& log) { log.LogInformation(format, arguments...); });
+    }
+    template <class... Arguments>
+    void Error(const wchar_t* format, const Arguments&... arguments) const noexcept {
+        Write([&](CCommonLog& log) { log.LogError(format, arguments...); });
+    }
+
+  private:
+    template <class FrontEnd>
+    void Write(FrontEnd frontEnd) const noexcept {
+        CCommonLog* const log = CommonLog();
+        // A log without its mutex was never initialised: silent anyway, and not safe to touch from here.
+        if (log == nullptr || log->LocalMutex() == nullptr) return;
+        const LastErrorKeeper keeper;
+        try {
+            const KernelMutexGuard guard(log->LocalMutex());
+            NameFunction(*log);
+            frontEnd(*log);
+        } catch (...) {
+            // Out of memory: the line is lost, the provider goes on.
+        }
+    }
+    void NameFunction(CCommonLog& log) const;
+
+    const wchar_t* className_;
+    const wchar_t* method_;
+};
+
+}  // namespace velk
