@@ -42,7 +42,7 @@ class Variant {
         made.value_.lVal = value;
         return made;
     }
-    static Variant Text(Bstr value) noexcept {
+    static Variant FromText(Bstr value) noexcept {
         Variant made(VT_BSTR);
         made.value_.bstrVal = value.Detach();
         return made;
@@ -55,6 +55,10 @@ class Variant {
     }
 
     VARTYPE Type() const noexcept { return value_.vt; }
+    /// The text of a VT_BSTR.
+    std::wstring_view Text() const noexcept {
+        return {value_.bstrVal == nullptr ? L"" : value_.bstrVal, ::SysStringLen(value_.bstrVal)};
+    }
     const VARIANT& Get() const noexcept { return value_; }
     VARIANT* Address() noexcept { return &value_; }
     /// For functions that fill a VARIANT; what was held is cleared first.

@@ -1,0 +1,146 @@
+#include "pci/pci_scan.h"
+
+#include <array>
+
+#include "common/computer_system.h"
+#include "common/function_log.h"
+#include "common/handle.h"
+#include "common/platform.h"
+#include "common/suite_names.h"
+#include "pci/device_text.h"
+
+namespace velk {
+
+namespace {
+
+/// One text property of a device. Its size is never asked for: what does not fit is not wanted. Behind the
+/// bytes that SetupAPI may fill stands a NUL of ours, whatever the database holds.
+class TextProperty {
+  public:
+    /// Returns whether the property was read and fits. A failure leaves the buffer as it was.
+    bool Read(HDEVINFO devices, SP_DEVINFO_DATA& device, DWORD property) noexcept {
+        DWORD required = 0;
+        return ::SetupDiGetDeviceRegistryPropertyW(devices, &device, property, nullptr,
+                                                   reinterpret_cast<PBYTE>(buffer_.data()), kBytes,
+                                                   &required) &&
+               required <= kBytes;
+    }
+
+    std::span<wchar_t> Buffer() noexcept { return buffer_; }
+    /// The text up to its first NUL.
+    std::wstring_view Text() const noexcept { return FirstString({buffer_.data(), buffer_.size()}); }
+
+  private:
+    static constexpr DWORD kBytes = 2048;
+    std::array<wchar_t, kBytes / sizeof(wchar_t) + 1> buffer_{};
+};
+
+/// A four-byte property, or 0 when it cannot be read.
+DWORD ReadNumber(HDEVINFO devices, SP_DEVINFO_DATA& device, DWORD property) noexcept {
+    DWORD value = 0;
+    if (!::SetupDiGetDeviceRegistryPropertyW(devices, &device, property, nullptr,
+                                             reinterpret_cast<PBYTE>(&value), sizeof value, nullptr)) {
+        return 0;
+    }
+    return value;
+}
+
+/// One run over the database. The bus, device and function numbers start at 0 and are carried from each
+/// device to the next: a device that does not tell one of them takes its predecessor's.
+class PciScan {
+  public:
+    explicit PciScan(PciScanTarget& target) noexcept : target_(target) {}
+
+    bool Run() {
+        // Every setup class: a function without a driver belongs to none. A set that could not be made is
+        // destroyed as it stands; SetupAPI refuses the invalid handle without harm.
+        const UniqueDeviceInfoSet devices(
+            ::SetupDiGetClassDevsW(nullptr, L"PCI", nullptr, DIGCF_PRESENT | DIGCF_ALLCLASSES));
+        if (devices.Get() == INVALID_HANDLE_VALUE) return false;
+
+        SP_DEVINFO_DATA device{};
+        device.cbSize = sizeof device;
+        for (DWORD index = 0; ::SetupDiEnumDeviceInfo(devices.Get(), index, &device); ++index) {
+            if (!ReadFunction(devices.Get(), device)) return false;
+        }
+        return true;
+    }
+
+  private:
+    /// False ends the scan as failed; a function that is left out is no failure.
+    bool ReadFunction(HDEVINFO devices, SP_DEVINFO_DATA& device) {
+        TextProperty compatibleIds;
+        if (!compatibleIds.Read(devices, device, SPDRP_COMPATIBLEIDS)) return true;
+        const ClassReading reading = target_.Classify(JoinMultiString(compatibleIds.Buffer()));
+        if (!reading.keep) return true;
+
+        TextProperty location;
+        TextProperty description;
+        TextProperty hardwareIds;
+        if (!location.Read(devices, device, SPDRP_LOCATION_INFORMATION)) return true;
+        if (!description.Read(devices, device, SPDRP_DEVICEDESC)) return true;
+        if (!hardwareIds.Read(devices, device, SPDRP_HARDWAREID)) return true;
+
+        HardwareIdNumbers numbers;
+        if (ParseHardwareId(hardwareIds.Text(), numbers) == ScanResult::kEndOfInput) return true;
+
+        FindPosition(devices, device, location.Text());
+
+        CVelkPCIDevice function;
+        function.description = description.Text();
+        function.elementName = hardwareIds.Text();
+        function.name = hardwareIds.Text();
+        function.vendorId = numbers.vendorId;
+        function.pciDeviceId = numbers.deviceId;
+        function.subsystemId = numbers.subsystemId;
+        function.subsystemVendorId = numbers.subsystemVendorId;
+        function.revisionId = numbers.revisionId;
+        function.uiNumber = ReadNumber(devices, device, SPDRP_UI_NUMBER);
+        function.classCode = reading.classCode;
+        if (!Identify(function)) return false;
+        target_.AddFunction(std::move(function), reading);
+        return true;
+    }
+
+    /// From the location text, which is in the language of the system, else from the location path.
+    void FindPosition(HDEVINFO devices, SP_DEVINFO_DATA& device, std::wstring_view location) {
+        TextProperty paths;
+        paths.Read(devices, device, SPDRP_LOCATION_PATHS);
+        const DWORD bus = ReadNumber(devices, device, SPDRP_BUSNUMBER);
+        if (ParseLocationText(location, position_)) return;
+        if (ParseLocationPath(paths.Text(), position_) == ScanResult::kEndOfInput) {
+            FunctionLog(target_.ListName(), L"RebuildList").Information(L"Could not parse Device Paths");
+            return;
+        }
+        position_.bus = static_cast<std::uint8_t>(bus);
+    }
+
+    /// Sets what makes the function one of its kind on this computer. False without a computer name or an
+    /// object path.
+    bool Identify(CVelkPCIDevice& function) const {
+        function.busNumber = position_.bus;
+        function.deviceNumber = position_.device;
+        function.functionNumber = position_.function;
+        function.deviceId =
+            FormatText(L"BUS(%d)DEV(%d)FN(%d)", position_.bus, position_.device, position_.function);
+
+        CString computerName;
+        if (GetLocalComputerName(computerName) != ERROR_SUCCESS) return false;
+        CString systemClass;
+        GetComputerSystemClassName(systemClass);
+        const wchar_t* wmiClass = target_.WmiClass();
+        const CString relativePath = FormatText(
+            L"%s.CreationClassName=\"%s\",DeviceID=\"%s\",SystemCreationClassName=\"%s\",SystemName=\"%s\"",
+            wmiClass, wmiClass, function.deviceId, systemClass, computerName);
+        return !MakeFullObjectPath(function.objectPath, kSuiteNamespace, relativePath).empty();
+    }
+
+    PciScanTarget& target_;
+    BusPosition position_;
+};
+
+}  // namespace
+
+bool ScanPciFunctions(PciScanTarget& target) { return PciScan(target).Run(); }
+
+}  // namespace velk
