@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <new>
 #include <utility>
@@ -14,14 +15,13 @@ namespace velk {
 template <class Object>
 class ModuleObject {
   public:
-    constexpr ModuleObject() noexcept : empty_{} {}
-    constexpr ~ModuleObject() {}
+    constexpr ModuleObject() noexcept = default;
     ModuleObject(const ModuleObject&) = delete;
     ModuleObject& operator=(const ModuleObject&) = delete;
 
     template <class... Arguments>
     Object& Create(Arguments&&... arguments) {
-        object_ = std::construct_at(std::addressof(storage_), std::forward<Arguments>(arguments)...);
+        object_ = ::new (static_cast<void*>(storage_)) Object(std::forward<Arguments>(arguments)...);
         return *object_;
     }
     void Destroy() noexcept {
@@ -31,10 +31,8 @@ class ModuleObject {
     Object* Get() const noexcept { return object_; }
 
   private:
-    union {
-        char empty_;
-        Object storage_;
-    };
+    // Bytes, so that the destructor is trivial: nothing is registered to run at unload.
+    alignas(Object) std::byte storage_[sizeof(Object)] = {};
     Object* object_ = nullptr;
 };
 

@@ -1,0 +1,105 @@
+#include "common/computer_system.h"
+
+#include "common/heap_memory.h"
+#include "common/variant.h"
+#include "common/wbem_status.h"
+#include "common/wmi_query.h"
+
+namespace velk {
+
+namespace {
+
+constexpr wchar_t kComputerSystemClass[] = L"Velk_WinComputerSystem";
+constexpr wchar_t kChassisClass[] = L"Velk_ComputerSystemChassis";
+constexpr wchar_t kSuiteNamespace[] = L"root\\VKQ";
+
+HRESULT QueryComputerSystemClass(WmiObjects& classes) {
+    CString query = FormatText(L"SELECT * FROM meta_class WHERE __CLASS = \"%s\"", kComputerSystemClass);
+    return QueryWmi(CString(kSuiteNamespace), query, classes, nullptr);
+}
+
+/// False, with the output untouched, unless the object has a text there.
+bool ReadText(IWbemClassObject& object, const wchar_t* name, CString& text) {
+    Variant value;
+    if (FAILED(object.Get(name, 0, value.Put(), nullptr, nullptr)) || value.Type() != VT_BSTR) return false;
+    text = value.Text();
+    return true;
+}
+
+wchar_t* Characters(const UniqueHeapMemory& buffer) noexcept { return static_cast<wchar_t*>(buffer.Get()); }
+
+}  // namespace
+
+DWORD GetLocalComputerName(CString& name) {
+    name.clear();
+    DWORD error = ERROR_SUCCESS;
+    for (const COMPUTER_NAME_FORMAT format :
+         {ComputerNameDnsFullyQualified, ComputerNameDnsHostname, ComputerNameNetBIOS}) {
+        error = GetComputerNameByFormat(name, format);
+        if (error == ERROR_SUCCESS) return ERROR_SUCCESS;
+    }
+    return error;
+}
+
+DWORD GetComputerNameByFormat(CString& name, COMPUTER_NAME_FORMAT format) {
+    // The capacity told to the system is in characters and the buffer has only as many bytes. No name gets
+    // near the end of it: a fully qualified DNS name has at most 255 characters, a host name 63, a NetBIOS
+    // name 15.
+    constexpr DWORD kFirstCapacity = 8192;
+    UniqueHeapMemory buffer = AllocateHeapMemory(kFirstCapacity);
+    if (!buffer) return ERROR_NOT_ENOUGH_MEMORY;
+    DWORD size = kFirstCapacity;
+    if (!::GetComputerNameExW(format, Characters(buffer), &size)) {
+        const DWORD error = ::GetLastError();
+        if (error != ERROR_MORE_DATA) return error;
+        ++size;
+        buffer.Reset();
+        buffer = AllocateHeapMemory(SIZE_T{size} * sizeof(wchar_t));
+        if (!buffer) return ERROR_NOT_ENOUGH_MEMORY;
+        if (!::GetComputerNameExW(format, Characters(buffer), &size)) return ::GetLastError();
+    }
+    name = Characters(buffer);
+    return ERROR_SUCCESS;
+}
+
+void GetComputerSystemClassName(CString& name) { name = kComputerSystemClass; }
+
+HRESULT GetComputerSystemPath(CString& path) {
+    path.clear();
+    WmiObjects classes;
+    const HRESULT status = QueryComputerSystemClass(classes);
+    if (FAILED(status)) return status;
+    if (classes.size() != 1) return kWbemFailed;
+
+    CString classPath;
+    // The caller sees a success and no path.
+    if (!ReadText(*classes.front(), L"__PATH", classPath)) return status;
+    CString computerName;
+    if (GetLocalComputerName(computerName) != ERROR_SUCCESS) return kWbemFailed;
+    CString className;
+    GetComputerSystemClassName(className);
+    path = FormatText(L"%s.CreationClassName=\"%s\",Name=\"%s\"", classPath, className, computerName);
+    return status;
+}
+
+HRESULT GetChassisPath(CString& path) {
+    path.clear();
+    CString query = FormatText(L"SELECT * FROM %s", kChassisClass);
+    WmiObjects chassis;
+    const HRESULT status = QueryWmi(CString(kSuiteNamespace), query, chassis, nullptr);
+    if (FAILED(status)) return status;
+    if (chassis.size() != 1) return kWbemFailed;
+    return ReadText(*chassis.front(), L"__PATH", path) ? status : kWbemFailed;
+}
+
+CString& MakeFullObjectPath(CString& path, const CString& ns, const CString& relative) {
+    CString server;
+    WmiObjects classes;
+    if (SUCCEEDED(QueryComputerSystemClass(classes)) && !classes.empty()) {
+        ReadText(*classes.front(), L"__SERVER", server);
+    }
+    path = FormatText(L"\\\\%s\\%s:%s", server, ns, relative);
+    return path;
+}
+
+}  // namespace velk
