@@ -20,4 +20,7 @@ inline constexpr HRESULT kWbemCallCancelled = static_cast<HRESULT>(WBEM_E_CALL_C
 inline constexpr HRESULT kWbemShuttingDown = static_cast<HRESULT>(WBEM_E_SHUTTING_DOWN);
 inline constexpr HRESULT kWbemTransportFailure = static_cast<HRESULT>(WBEM_E_TRANSPORT_FAILURE);
 
+/// A wait without end: WBEM_INFINITE as the LONG that the interfaces take.
+inline constexpr LONG kWbemInfinite = static_cast<LONG>(WBEM_INFINITE);
+
 }  // namespace velkhost

@@ -1,0 +1,51 @@
+#include "host/services/workers.h"
+
+#include <utility>
+
+#include "host/services/apartment.h"
+
+namespace velkhost {
+
+Workers::~Workers() { Stop(); }
+
+bool Workers::Start(Task task) {
+    const std::lock_guard lock(mutex_);
+    if (stop_.stop_requested()) return false;
+    Reap();
+    const auto done = std::make_shared<std::atomic<bool>>(false);
+    workers_.push_back({done, {}});
+    try {
+        workers_.back().thread = std::thread([done, run = std::move(task)]() mutable {
+            {
+                const ComApartment apartment;
+                run();
+                run = nullptr;  // what the task holds is released inside the apartment
+            }
+            done->store(true);
+        });
+    } catch (...) {
+        workers_.pop_back();
+        throw;
+    }
+    return true;
+}
+
+void Workers::Stop() {
+    std::list<Worker> leftover;
+    {
+        const std::lock_guard lock(mutex_);
+        stop_.request_stop();
+        leftover.swap(workers_);
+    }
+    for (Worker& worker : leftover) worker.thread.join();
+}
+
+void Workers::Reap() {
+    workers_.remove_if([](Worker& worker) {
+        if (!worker.done->load()) return false;
+        worker.thread.join();
+        return true;
+    });
+}
+
+}  // namespace velkhost
