@@ -134,14 +134,16 @@ class CInstanceProvider : public CInstanceProviderBase {
         CString computerName;
         if (Class().keyedByComputer && GetLocalComputerName(computerName) != ERROR_SUCCESS)
             return kWbemFailed;
-        return WriteProperties(instance, Properties(), record, computerName);
+        return WriteProperties(instance, properties_, record, computerName);
     }
 
   protected:
-    CInstanceProvider(const ProviderClass& providerClass, List& list)
-        : CInstanceProviderBase(providerClass, list), records_(list) {}
+    using PropertyTable = std::span<const PropertyRow<Record>>;
 
-    virtual std::span<const PropertyRow<Record>> Properties() const noexcept = 0;
+    /// All three must live as long as the provider; the list may be one of its own members.
+    CInstanceProvider(const ProviderClass& providerClass, List& list, PropertyTable properties)
+        : CInstanceProviderBase(providerClass, list), records_(list), properties_(properties) {}
+
     virtual bool KeysMatch(const RequestedKeys& keys, const Record& record) const = 0;
 
   private:
@@ -153,6 +155,7 @@ class CInstanceProvider : public CInstanceProviderBase {
     }
 
     const List& records_;
+    PropertyTable properties_;
 };
 
 }  // namespace velk

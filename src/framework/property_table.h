@@ -24,8 +24,8 @@ struct NonEmptyText {
 };
 
 /// One property of a WMI class and where its value comes from: a constant text, a fact about the computer, a
-/// field of the record, or a function of it. The C++ type decides which writer is used, and with it the CIM
-/// type.
+/// field of the record, or a function of it. The C++ type decides which writer is used, and with it
+/// the CIM type.
 template <class Record>
 struct PropertyRow {
     using Value =

@@ -12,15 +12,4 @@ bool FunctionKeysMatch(const RequestedKeys& keys, const wchar_t* wmiClass, const
            keys.values[1] == function.deviceId && keys.values[0] == wmiClass;
 }
 
-std::vector<std::uint16_t> SlotCapability(const CVelkPCIDevice& function) {
-    constexpr std::uint16_t kInNumberedSlot = 11;
-    if (function.uiNumber == 0) return {};
-    return {kInNumberedSlot};
-}
-
-std::vector<CString> SlotCapabilityDescription(const CVelkPCIDevice& function) {
-    if (function.uiNumber == 0) return {};
-    return {std::to_wstring(function.uiNumber)};
-}
-
 }  // namespace velk

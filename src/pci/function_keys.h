@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "framework/instance_provider.h"
@@ -18,10 +19,19 @@ inline constexpr const wchar_t* kFunctionKeys[] = {L"CreationClassName", L"Devic
 /// to case.
 bool FunctionKeysMatch(const RequestedKeys& keys, const wchar_t* wmiClass, const CVelkPCIDevice& function);
 
-/// {11} for a function in a numbered slot, else empty. Capability 11 is paired with the slot number as its
-/// description.
-std::vector<std::uint16_t> SlotCapability(const CVelkPCIDevice& function);
+/// {11} for a function in a numbered slot, else empty. The capability's description is the slot number.
+template <class Function>
+std::vector<std::uint16_t> SlotCapabilities(const Function& function) {
+    constexpr std::uint16_t kInNumberedSlot = 11;
+    if (function.uiNumber == 0) return {};
+    return {kInNumberedSlot};
+}
+
 /// {the slot number in decimal} for a function in a numbered slot, else empty.
-std::vector<CString> SlotCapabilityDescription(const CVelkPCIDevice& function);
+template <class Function>
+std::vector<CString> SlotCapabilityDescriptions(const Function& function) {
+    if (function.uiNumber == 0) return {};
+    return {std::to_wstring(function.uiNumber)};
+}
 
 }  // namespace velk

@@ -15,8 +15,8 @@ constexpr PropertyRow<Record> kProperties[] = {
     {L"DeviceID", &Record::deviceId},
     {L"CreationClassName", CVelkPCIDeviceList::kWmiClass},
     {L"SystemCreationClassName", ComputerSystemClassName{}},
-    {L"Capabilities", &SlotCapability},
-    {L"CapabilityDescriptions", &SlotCapabilityDescription},
+    {L"Capabilities", &SlotCapabilities<Record>},
+    {L"CapabilityDescriptions", &SlotCapabilityDescriptions<Record>},
     {L"ElementName", &Record::elementName},
     {L"Name", &Record::name},
     {L"Caption", &Record::description},
@@ -34,9 +34,7 @@ constexpr PropertyRow<Record> kProperties[] = {
 
 }  // namespace
 
-std::span<const PropertyRow<CVelkPCIDevice>> PciDeviceProperties() noexcept { return kProperties; }
-
-CVelkPCIDeviceProv::CVelkPCIDeviceProv() : CInstanceProvider(kProviderClass, PciDeviceList()) {}
+CVelkPCIDeviceProv::CVelkPCIDeviceProv() : CInstanceProvider(kProviderClass, PciDeviceList(), kProperties) {}
 
 bool CVelkPCIDeviceProv::KeysMatch(const RequestedKeys& keys, const CVelkPCIDevice& record) const {
     return FunctionKeysMatch(keys, CVelkPCIDeviceList::kWmiClass, record);

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <set>
+
+#include "common/module_object.h"
+#include "framework/instance_list.h"
+#include "pci/pci_scan.h"
+#include "pci/velk_pci_device.h"
+
+namespace velk {
+
+/// The server's PCI bridge functions (base class 06h), one list for the whole module: the function list's
+/// procedure with the opposite filter.
+class CVelkPCIBridgeList final : public CInstanceList<CVelkPCIBridge>, private PciScanTarget {
+  public:
+    static constexpr const wchar_t* kWmiClass = L"Velk_PCIBridge";
+
+    using SlotNumberSet = std::set<std::uint32_t>;
+
+    /// The slot numbers (UI numbers above 0) of the bridges that the last rebuild in this process found; null
+    /// before the first rebuild and after a failed one. May be called without the list's lock: each rebuild
+    /// publishes a new set that never changes afterwards.
+    std::shared_ptr<const SlotNumberSet> SlotNumbers() const noexcept {
+        return slotNumbers_.load(std::memory_order_acquire);
+    }
+
+  private:
+    bool RebuildList() override;
+    void Clear() noexcept override;
+
+    const wchar_t* ListName() const noexcept override { return L"CVelkPCIBridgeList"; }
+    const wchar_t* WmiClass() const noexcept override { return kWmiClass; }
+    ClassReading Classify(std::wstring_view compatibleIds) const noexcept override;
+    void AddFunction(CVelkPCIDevice function, const ClassReading& reading) override;
+
+    std::atomic<std::shared_ptr<const SlotNumberSet>> slotNumbers_;
+};
+
+/// Where the module's one list lives: for the module's load and unload code.
+ModuleObject<CVelkPCIBridgeList>& PciBridgeListObject() noexcept;
+
+/// The module's one list. It exists for as long as the module is loaded.
+CVelkPCIBridgeList& PciBridgeList() noexcept;
+
+}  // namespace velk
