@@ -89,12 +89,13 @@ class PathReader {
     }
 
   private:
-    /// \\server, and the separator after it. A single leading separator is no path at all.
+    /// \\server, and the separator after it. A single leading separator is no path at all, nor is a mixed
+    /// pair.
     bool ReadServer() {
-        if (!IsSeparator(rest_.front())) return true;
+        const wchar_t separator = rest_.front();
+        if (!IsSeparator(separator)) return true;
         rest_.remove_prefix(1);
-        if (rest_.empty() || !IsSeparator(rest_.front())) return false;
-        rest_.remove_prefix(1);
+        if (!Take(separator)) return false;
 
         path_.server = TakeWhile(IsServerCharacter);
         if (path_.server.empty()) return false;
