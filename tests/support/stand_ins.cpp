@@ -1,0 +1,33 @@
+#include "support/stand_ins.h"
+
+#include <cwchar>
+
+namespace velktest {
+
+namespace {
+
+velk::CString& WindowsDirectory() {
+    static velk::CString path;
+    return path;
+}
+
+void WINAPI GiveFixedTime(SYSTEMTIME* time) { *time = {2026, 3, 6, 7, 9, 5, 2, 4}; }
+
+UINT WINAPI GiveWindowsDirectory(wchar_t* buffer, UINT size) {
+    const velk::CString& path = WindowsDirectory();
+    const UINT length = static_cast<UINT>(path.size());
+    if (size <= length) return length + 1;
+    std::wmemcpy(buffer, path.c_str(), path.size() + 1);
+    return length;
+}
+
+}  // namespace
+
+FixedLocalTime::FixedLocalTime() : redirect_("GetLocalTime", &GiveFixedTime) {}
+
+FakeWindowsDirectory::FakeWindowsDirectory(const velk::CString& path)
+    : redirect_("GetWindowsDirectoryW", &GiveWindowsDirectory) {
+    WindowsDirectory() = path;
+}
+
+}  // namespace velktest
