@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "host/mof/cim_type.h"
 #include "host/model/value.h"
+#include "host/mof/cim_type.h"
 
 namespace velkhost {
 
@@ -38,8 +38,8 @@ struct PropertyDef {
 /// A class: its own and its inherited properties, in order of declaration from the top class down. Shared and
 /// never changed once it stands in the repository.
 struct ClassDef {
-    std::wstring server;                   ///< "" only for a class that no repository holds
-    std::wstring nameSpace;                ///< "root\VKQ", without server
+    std::wstring server;     ///< "" only for a class that no repository holds
+    std::wstring nameSpace;  ///< "root\VKQ", without server
     std::wstring name;
     std::vector<std::wstring> derivation;  ///< superclasses, the immediate one first
     QualifierList qualifiers;
@@ -64,8 +64,8 @@ using ClassPtr = std::shared_ptr<const ClassDef>;
 ClassPtr ProjectClass(const ClassPtr& wholeClass, const std::vector<std::wstring>& properties);
 
 /// The name that the property's ValueMap and Values qualifiers give a value; a range such as "26..32567"
-/// counts. Arrays have the names of their elements, joined with ", ". Nothing when the property has no such
-/// qualifiers or (all of) the value no name.
+/// counts. Arrays have the names of their elements, joined with ", " ("?" for one without). Nothing when the
+/// property has no such qualifiers or the value no name at all.
 std::optional<std::wstring> ValueName(const PropertyDef& property, const Value& value);
 
 }  // namespace velkhost

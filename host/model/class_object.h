@@ -1,6 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "common/com_ptr.h"
@@ -16,10 +19,12 @@ class ClassObject final : public ComObject<IWbemClassObject> {
   public:
     enum class Genus { kClass = 1, kInstance = 2 };
 
-    /// A class object, or a new instance with the class's initial values. Use the makers below.
-    ClassObject(ClassPtr definition, Genus genus);
+    /// What an instance holds of its own, in the order of the class's properties; where nothing is held, the
+    /// class's initial value shows.
+    using Values = std::vector<std::optional<Value>>;
 
-    ClassObject(const ClassObject& other);
+    /// A class object, or an instance with these values. Use the makers below.
+    ClassObject(ClassPtr definition, Genus genus, Values values);
 
     /// The object behind an interface, or null when it is not one of the host's. No reference is added.
     static ClassObject* From(IWbemClassObject* object);
@@ -85,12 +90,14 @@ class ClassObject final : public ComObject<IWbemClassObject> {
     std::optional<Answer> SystemAnswer(std::wstring_view name) const;
     HRESULT PutOnInstance(LPCWSTR name, const VARIANT* value, CIMTYPE type);
     HRESULT PutOnClass(LPCWSTR name, const VARIANT* value, CIMTYPE type);
-    /// Names that an enumeration with these flags goes through.
+    bool FitsFlags(std::size_t index, LONG flags) const;
+    /// Names of the properties, system ones included, that enumeration flags ask for.
     std::vector<std::wstring> NamesFor(LONG flags) const;
+    std::optional<Answer> Find(std::wstring_view name) const;
 
     ClassPtr definition_;
     const Genus genus_;
-    std::vector<Value> values_;  ///< of an instance, in the order of the class's properties
+    Values values_;  ///< empty for a class
     bool enumerating_ = false;
     std::vector<std::wstring> pending_;  ///< names that Next has still to hand out, the next one last
 };

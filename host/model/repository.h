@@ -26,7 +26,7 @@ struct NamedValue {
 /// Namespaces with their classes and static instances: what WMI keeps on disk. To be filled first and read
 /// afterwards; reading from several threads at once is safe, filling meanwhile is not.
 ///
-/// Every namespace has the system classes __SystemClass, __Namespace, __Provider, __Win32Provider,
+/// Every namespace has the system classes __SystemClass, __NAMESPACE, __Provider, __Win32Provider,
 /// __ProviderRegistration, __ObjectProviderRegistration, __InstanceProviderRegistration, __NotifyStatus and
 /// __ExtendedStatus; root, root\default, root\cimv2 and root\wmi are there from the beginning.
 class Repository {
@@ -36,23 +36,29 @@ class Repository {
 
     const std::wstring& Server() const { return server_; }
 
-    /// Puts the classes and instances of a document into their namespaces, replacing those of the same name or
-    /// path, and carries out deletions. A namespace must be there: it is created by an instance of __Namespace
-    /// in its parent. Throws MofError at the first declaration that does not fit (unknown namespace, class,
-    /// property or alias, a value of the wrong type, missing keys...).
+    /// Puts the classes and instances of a document into their namespaces, replacing those of the same name
+    /// or path, and carries out deletions. A namespace must be there: it is created by an instance of
+    /// __NAMESPACE in its parent. Throws MofError at the first declaration that does not fit (unknown
+    /// namespace, class, property or alias, a value of the wrong type, missing keys...).
     void Load(const mof::Document& document);
     /// Parses and loads a MOF text.
     void LoadMof(std::string_view text, const std::string& file);
 
     /// Creates the namespace and those above it where missing.
     void AddNamespace(std::wstring_view nameSpace);
-    /// Adds a class made in memory (server, nameSpace and derivation are filled in; a superclass must be in the
-    /// namespace). Replaces one of the same name. Throws std::invalid_argument.
+    /// Adds a class made in memory (server, nameSpace and derivation are filled in; a superclass must be in
+    /// the namespace). Replaces one of the same name. Throws std::invalid_argument.
     ClassPtr AddClass(std::wstring_view nameSpace, ClassDef definition, std::wstring_view superclass = {});
-    /// Adds a static instance with the given values, the rest initial. Throws std::invalid_argument when class
-    /// or property is unknown.
+    /// Adds a static instance with the given values, the rest initial. Throws std::invalid_argument when
+    /// class or property is unknown.
     velk::ComPtr<ClassObject> AddInstance(std::wstring_view nameSpace, std::wstring_view className,
                                           const std::vector<NamedValue>& values);
+
+    /// Removes the class with everything that derives from it and all their instances. False when it is not
+    /// there.
+    bool RemoveClass(std::wstring_view nameSpace, std::wstring_view name);
+    /// Removes the static instance of that path. False when it is not there.
+    bool RemoveInstance(std::wstring_view nameSpace, std::wstring_view path);
 
     bool HasNamespace(std::wstring_view nameSpace) const;
     /// The class of that name, in any case, or null.
@@ -70,8 +76,8 @@ class Repository {
         bool supportsGet = false;
         bool supportsEnumeration = false;
     };
-    /// Nothing for a class without Provider qualifier (its instances are static ones). For a class that names a
-    /// provider which is not (rightly) registered, the status WMI gives is in `failure`
+    /// Nothing for a class without Provider qualifier (its instances are static ones). For a class that names
+    /// a provider which is not (rightly) registered, the status WMI gives is in `failure`
     /// (WBEM_E_PROVIDER_NOT_FOUND, WBEM_E_INVALID_PROVIDER_REGISTRATION), and nothing is returned.
     std::optional<ProviderInfo> FindProvider(std::wstring_view nameSpace, std::wstring_view className,
                                              HRESULT& failure) const;
@@ -84,12 +90,10 @@ class Repository {
         std::map<std::wstring, ClassPtr> classes;  ///< by upper-case name
         std::vector<velk::ComPtr<ClassObject>> instances;
     };
-    class Loader;
 
     Namespace* Find(std::wstring_view nameSpace);
     const Namespace* Find(std::wstring_view nameSpace) const;
-    void StoreInstance(Namespace& nameSpace, velk::ComPtr<ClassObject> instance);
-    ClassPtr StoreClass(Namespace& nameSpace, ClassDef definition);
+    static void StoreInstance(Namespace& nameSpace, velk::ComPtr<ClassObject> instance);
 
     std::wstring server_;
     std::map<std::wstring, Namespace> namespaces_;  ///< by upper-case name

@@ -90,7 +90,7 @@ struct InstanceDeclaration {
 struct Deletion {
     std::wstring nameSpace;
     bool isInstance = false;
-    std::wstring target;         ///< class name or instance path
+    std::wstring target;        ///< class name or instance path
     bool mayBeMissing = false;  ///< NOFAIL
     Location at;
 };
