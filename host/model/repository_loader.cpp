@@ -21,7 +21,10 @@ std::string Narrow(std::wstring_view text) {
 }
 
 std::wstring TypeQualifierText(const mof::Property& declared) {
-    if (declared.type.element == Cim::kReference) return L"ref:" + declared.referenceClass;
+    if (declared.type.element == Cim::kReference) {
+        // "object ref" may refer to anything.
+        return SameName(declared.referenceClass, L"object") ? L"ref" : L"ref:" + declared.referenceClass;
+    }
     return std::wstring(CimKeyword(declared.type.element));
 }
 
