@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace velk {
+
+/// One structure of an SMBIOS structure table. The spans are views into the table.
+struct SmbiosStructure {
+    std::uint8_t type = 0;
+    /// The formatted area, header included, as long as the structure's length byte says: whole, but with
+    /// broken firmware shorter than a header.
+    std::span<const std::uint8_t> formatted;
+    /// Everything from the end of the formatted area up to and including the double zero that ends the
+    /// structure, or up to the table's end where that is missing.
+    std::span<const std::uint8_t> stringSet;
+};
+
+/// Walks a structure table from its start to its end. Firmware tables may be broken in any way: no byte
+/// outside the span is read, every step advances, and what lies wholly inside is found.
+///
+/// The table's length alone ends the walk. The end-of-table structure (type 127) is a structure like any
+/// other, and a length byte below that of a header (4) is taken at its word: rubbish between two structures
+/// does not hide the second.
+class StructureWalk {
+  public:
+    explicit StructureWalk(std::span<const std::uint8_t> table) noexcept : rest_(table) {}
+
+    /// The next structure; none at the end, or when the formatted area would run over the end.
+    std::optional<SmbiosStructure> Next() noexcept;
+
+  private:
+    std::span<const std::uint8_t> rest_;
+};
+
+/// The structure of a type that has the given 0-based place among those of its type.
+std::optional<SmbiosStructure> FindStructureOfType(std::span<const std::uint8_t> table, std::uint8_t type,
+                                                   std::size_t occurrence) noexcept;
+
+/// The strings of a structure in their order, without their zeros: string number k is element k - 1. A string
+/// that the table's end cuts off is left out. Throws std::bad_alloc.
+std::vector<std::string_view> StringsOf(const SmbiosStructure& structure);
+
+}  // namespace velk
