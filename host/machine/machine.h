@@ -72,8 +72,4 @@ Machine LoadMachine(const std::filesystem::path& file);
 /// The same from JSON text; `origin` stands for the file's name in errors. Throws MachineError.
 Machine ParseMachine(const std::string& json, const std::string& origin);
 
-/// UTF-8 to wide text and back; malformed input becomes U+FFFD.
-std::wstring WideFromUtf8(const std::string& text);
-std::string Utf8FromWide(const std::wstring& text);
-
 }  // namespace velkhost

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "host/import_redirect.h"
 #include "host/machine/machine.h"
 
 namespace velkhost {
+
+struct ReplayState;
 
 /// Makes a loaded module see a machine: its imports of SetupAPI's device enumeration and of
 /// GetComputerNameExW answer from the machine, with the platform's own rules, and its CreateFileW does not
@@ -27,9 +30,14 @@ class MachineReplay {
     Machine& Current() noexcept;
 
     /// Device information sets that the module has not destroyed yet.
-    static std::size_t OpenDeviceSets();
+    std::size_t OpenDeviceSets() const;
 
   private:
+    struct Deactivate {
+        void operator()(ReplayState* state) const noexcept;
+    };
+
+    std::unique_ptr<ReplayState, Deactivate> state_;  // outlives the redirections, which lead to it
     std::vector<ImportRedirect> redirects_;
 };
 
