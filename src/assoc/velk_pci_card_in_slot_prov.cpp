@@ -1,0 +1,34 @@
+#include "assoc/velk_pci_card_in_slot_prov.h"
+
+#include <set>
+
+#include "assoc/object_paths.h"
+#include "pci/velk_pci_device_list.h"
+
+namespace velk {
+
+namespace {
+
+constexpr const wchar_t* kReferences[] = {L"Antecedent", L"Dependent"};
+constexpr ProviderClass kProviderClass = {L"CVelkPCICardInSlotProv", L"Velk_PCICardInSlot",
+                                          L"VelkPCICardInSlotProv", kReferences, false};
+
+}  // namespace
+
+CVelkPCICardInSlotList::CVelkPCICardInSlotList() : CInstanceList({&PciDeviceList()}) {}
+
+bool CVelkPCICardInSlotList::RebuildList() {
+    Clear();
+    std::set<std::uint32_t> seen;
+    for (const CVelkPCIDevice& function : PciDeviceList()) {
+        const std::uint32_t number = function.uiNumber;
+        // Signed: 80000000h and above are no slot numbers either, and the card list makes no card for them.
+        if (static_cast<std::int32_t>(number) < 1 || !seen.insert(number).second) continue;
+        Append({FullSlotPath(number), FullCardPath(number)});
+    }
+    return true;
+}
+
+CVelkPCICardInSlotProv::CVelkPCICardInSlotProv() : CAssociationProv(kProviderClass) {}
+
+}  // namespace velk

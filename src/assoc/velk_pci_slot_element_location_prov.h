@@ -1,0 +1,27 @@
+#pragma once
+
+#include "assoc/association_prov.h"
+
+namespace velk {
+
+/// The PCI slots with their locations, in rising slot-number order: the same slots that the slot and the
+/// location class list.
+///
+/// Both paths are made for every slot number that is tried, found or not, and each path asks WMI. Where the
+/// search runs on past 65,536 numbers (a slot with the ID 0, two with the same) a rebuild takes more than
+/// 131,072 queries.
+class CVelkPCISlotElementLocationList final : public CInstanceList<CVelkAssociation> {
+  public:
+    CVelkPCISlotElementLocationList() = default;
+
+  private:
+    bool RebuildList() override;
+};
+
+/// Serves Velk_PCISlotElementLocation.
+class CVelkPCISlotElementLocationProv final : public CAssociationProv<CVelkPCISlotElementLocationList> {
+  public:
+    CVelkPCISlotElementLocationProv();
+};
+
+}  // namespace velk
