@@ -1,0 +1,30 @@
+#include "slots/velk_pci_slot_location_list.h"
+
+#include "slots/slot_search.h"
+#include "slots/slot_texts.h"
+#include "smbios/smbios_table.h"
+
+namespace velk {
+
+namespace {
+
+CVelkPCISlotLocation MakeLocation(std::uint32_t slotNumber) {
+    CVelkPCISlotLocation location;
+    location.name = SlotTag(slotNumber);
+    location.elementName = location.name;
+    location.caption = location.name;
+    location.elementLocationTag = location.name;
+    location.description = LocationDescription(slotNumber);
+    location.physicalPosition = SlotPosition(slotNumber);
+    return location;
+}
+
+}  // namespace
+
+bool CVelkPCISlotLocationList::RebuildList() {
+    Clear();
+    const SystemSlots slots = Smbios().ReadSlots();
+    return ForEachSlot(slots, [&](std::uint32_t number, const SystemSlot&) { Append(MakeLocation(number)); });
+}
+
+}  // namespace velk
