@@ -120,7 +120,7 @@ using FakeObjects = std::vector<velk::ComPtr<FakeClassObject>>;
 /// What one call of IEnumWbemClassObject::Next answers.
 struct FakeBatch {
     HRESULT status = S_OK;
-    FakeObjects objects;
+    FakeObjects objects = {};
 };
 
 /// What a query answers.
@@ -129,8 +129,8 @@ struct FakeQueryResult {
     bool noEnumerator = false;  ///< ExecQuery succeeds and gives nothing
     /// Answers of the first calls of Next, as they stand. Then come the objects, in batches of the size that
     /// the caller asks for, and with the last of them `last`.
-    std::vector<FakeBatch> batches;
-    FakeObjects objects;
+    std::vector<FakeBatch> batches = {};
+    FakeObjects objects = {};
     HRESULT last = WBEM_S_FALSE;
 };
 
