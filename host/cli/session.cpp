@@ -1,0 +1,164 @@
+#include "host/cli/session.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
+#include "host/cli/json_value.h"
+#include "host/services/registered_server.h"
+#include "host/utf8.h"
+
+namespace velkhost::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const wchar_t* kProductMof = L"VelkWmiPci.mof";
+
+fs::path PathFromUtf8(const std::string& text) { return fs::path(WideFromUtf8(text)); }
+
+fs::path ProgramFolder() {
+    std::wstring file(32768, L'\0');
+    file.resize(::GetModuleFileNameW(nullptr, file.data(), static_cast<DWORD>(file.size())));
+    return fs::path(file).parent_path();
+}
+
+std::string ReadFile(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) throw InputError(Utf8FromWide(file.wstring()) + ": the file cannot be read");
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::wstring ThisComputer() {
+    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
+    DWORD size = MAX_COMPUTERNAME_LENGTH + 1;
+    return ::GetComputerNameW(name, &size) ? std::wstring(name, size) : std::wstring(L".");
+}
+
+/// WMI's server name is the NetBIOS name.
+std::wstring ServerName(const Machine* machine) {
+    if (machine == nullptr) return ThisComputer();
+    const ComputerNames& names = machine->names;
+    return names.netbios.value_or(names.dnsHostname.value_or(names.dnsFullyQualified.value_or(L".")));
+}
+
+/// The firmware table of the machine that this runs on; nothing when the platform gives none.
+std::optional<SmbiosFirmware> ReadFirmwareTable() {
+    constexpr DWORD kRawSmbios = 0x52534D42;  // 'RSMB'
+    constexpr std::size_t kHeader = 8;        // calling method, major, minor, DMI revision, length (4 bytes)
+    std::vector<std::uint8_t> data(::GetSystemFirmwareTable(kRawSmbios, 0, nullptr, 0));
+    const DWORD size = ::GetSystemFirmwareTable(kRawSmbios, 0, data.data(), static_cast<DWORD>(data.size()));
+    if (size <= kHeader || size > data.size()) return std::nullopt;
+    SmbiosFirmware firmware;
+    firmware.majorVersion = data[1];
+    firmware.minorVersion = data[2];
+    firmware.table.assign(data.begin() + kHeader, data.begin() + size);
+    return firmware;
+}
+
+void DropInstances(Repository& repository, const SuiteObject& object) {
+    for (const auto& instance : repository.StaticInstances(object.nameSpace, object.className)) {
+        if (const auto path = instance->RelativePath()) repository.RemoveInstance(object.nameSpace, *path);
+    }
+}
+
+void AddObject(Repository& repository, const SuiteObject& object) {
+    // The health driver's class exists only where the driver is installed: the machine file brings it along.
+    if (SameName(object.className, L"DataStoreStatus")) {
+        AddDataStoreStatus(repository, object.properties.value("DataAvailable", false));
+        return;
+    }
+    const std::string name = Utf8FromWide(object.className);
+    const ClassPtr definition = repository.FindClass(object.nameSpace, object.className);
+    if (!definition)
+        throw InputError(name + ": the machine file has objects of this class, no MOF file defines it");
+    std::vector<NamedValue> values;
+    for (const auto& [key, json] : object.properties.items()) {
+        const PropertyDef* property = definition->Find(WideFromUtf8(key));
+        if (property == nullptr) throw InputError(name + "." + key + ": the class has no such property");
+        const auto value = ValueFromJson(property->type, json);
+        if (!value) throw InputError(name + "." + key + ": the machine file gives a value of another type");
+        values.push_back({property->name, *value});
+    }
+    repository.AddInstance(object.nameSpace, object.className, values);
+}
+
+}  // namespace
+
+std::vector<fs::path> FindShippedMof(const fs::path& programFolder) {
+    for (fs::path folder = programFolder; !folder.empty(); folder = folder.parent_path()) {
+        const fs::path product = folder / L"mof" / kProductMof;
+        if (fs::exists(product)) {
+            std::vector<fs::path> files;
+            for (const auto& entry : fs::directory_iterator(product.parent_path())) {
+                if (SameName(entry.path().extension().wstring(), L".mof") && entry.path() != product) {
+                    files.push_back(entry.path());
+                }
+            }
+            std::sort(files.begin(), files.end());
+            files.insert(files.begin(), product);
+            return files;
+        }
+        if (folder == folder.parent_path()) break;
+    }
+    throw InputError(
+        "no folder \"mof\" with VelkWmiPci.mof beside the program or above it: name the files with --mof");
+}
+
+Repository BuildRepository(const std::vector<fs::path>& mofFiles, const Machine* machine) {
+    Repository repository(ServerName(machine));
+    for (const fs::path& file : mofFiles) repository.LoadMof(ReadFile(file), Utf8FromWide(file.wstring()));
+    if (machine != nullptr) {
+        for (const SuiteObject& object : machine->objects) DropInstances(repository, object);
+        for (const SuiteObject& object : machine->objects) AddObject(repository, object);
+    }
+    const auto firmware = machine != nullptr ? machine->smbios : ReadFirmwareTable();
+    if (firmware) {
+        AddRawSmbiosTables(repository, firmware->table, firmware->majorVersion, firmware->minorVersion);
+    }
+    return repository;
+}
+
+Session::Session(const Options& options, const Console& console)
+    : console_(console),
+      verbose_(options.verbose),
+      nameSpace_(NormalizeNamespace(WideFromUtf8(options.nameSpace))) {
+    std::vector<fs::path> mofFiles;
+    for (const std::string& file : options.mofFiles) mofFiles.push_back(PathFromUtf8(file));
+    if (mofFiles.empty()) mofFiles = FindShippedMof(ProgramFolder());
+    std::optional<Machine> machine;
+    if (options.machine) machine = LoadMachine(PathFromUtf8(*options.machine));
+    if (verbose_) {
+        for (const fs::path& file : mofFiles)
+            console_.PrintError("class definitions: " + Utf8FromWide(file.wstring()) + "\n");
+        console_.PrintError("machine: " + options.machine.value_or("this one") + "\n");
+    }
+    Repository repository = BuildRepository(mofFiles, machine ? &*machine : nullptr);
+    if (machine) Replay(std::move(*machine), repository);
+
+    HostOptions hostOptions;
+    hostOptions.report = [this](const std::wstring& message) {
+        console_.PrintError("velkhost: " + Utf8FromWide(message) + "\n");
+    };
+    host_.emplace(std::move(repository), std::move(hostOptions));
+    services_ = host_->Connect(nameSpace_);
+    if (!services_) throw InputError(options.nameSpace + ": there is no such namespace");
+}
+
+void Session::Replay(Machine machine, const Repository& repository) {
+    // All classes are served by one DLL, the first registered one tells which. Without any there is nothing
+    // to redirect: the request for an instance will say what is missing.
+    for (const std::wstring& name : repository.ClassNames(nameSpace_)) {
+        const auto clsid = repository.ProviderClsid(nameSpace_, name);
+        const auto file = clsid ? RegisteredServer(*clsid) : std::nullopt;
+        if (!file) continue;
+        provider_.Reset(::LoadLibraryExW(file->c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+        if (!provider_) continue;
+        if (verbose_) console_.PrintError("provider: " + Utf8FromWide(*file) + "\n");
+        replay_.emplace(provider_.Get(), std::move(machine));
+        return;
+    }
+}
+
+}  // namespace velkhost::cli
