@@ -5,6 +5,7 @@
 
 #include "module/identifiers.h"
 #include "module/resources/resource_ids.h"
+#include "module/type_library.h"
 
 namespace velk {
 
@@ -89,8 +90,9 @@ HRESULT RegisterServer(HMODULE module, std::span<const ClassTableEntry> classes,
         const LSTATUS status = registrar.Register(script);
         if (status != ERROR_SUCCESS) return HRESULT_FROM_WIN32(static_cast<DWORD>(status));
     }
-    registrar.Commit();
-    return S_OK;
+    const HRESULT result = RegisterTypeLibrary(ModulePath(module), scope);
+    if (SUCCEEDED(result)) registrar.Commit();
+    return SUCCEEDED(result) ? S_OK : result;
 }
 
 HRESULT UnregisterServer(HMODULE module, std::span<const ClassTableEntry> classes, RegistrationScope scope) {
@@ -102,7 +104,8 @@ HRESULT UnregisterServer(HMODULE module, std::span<const ClassTableEntry> classe
         const LSTATUS status = Unregister(script, scope);
         if (result == ERROR_SUCCESS) result = status;
     }
-    return HRESULT_FROM_WIN32(static_cast<DWORD>(result));
+    const HRESULT ofTypeLibrary = UnregisterTypeLibrary(ModulePath(module), scope);
+    return result != ERROR_SUCCESS ? HRESULT_FROM_WIN32(static_cast<DWORD>(result)) : ofTypeLibrary;
 }
 
 }  // namespace velk

@@ -13,8 +13,9 @@ namespace velk {
 /// with its quotes doubled, for use inside quotes), and "APPID", the AppID in braces. Throws std::bad_alloc.
 RegistryReplacements StandardReplacements(HMODULE module);
 
-/// Registers the AppID and the classes, all or nothing: the first failure undoes what was done and is
-/// returned. Scripts are parsed before anything is changed. Throws std::bad_alloc or std::length_error.
+/// Registers the AppID, the classes and the type library, all or nothing: the first failure undoes what was
+/// done and is returned. Scripts are parsed before anything is changed. Throws std::bad_alloc or
+/// std::length_error.
 HRESULT RegisterServer(HMODULE module, std::span<const ClassTableEntry> classes, RegistrationScope scope);
 
 /// Removes what RegisterServer wrote, going on after a failure; returns the first. What is not registered is
