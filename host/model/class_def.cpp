@@ -124,7 +124,7 @@ std::optional<std::wstring> ValueName(const PropertyDef& property, const Value& 
     for (const Value& element : *elements) {
         const auto name = ScalarName(*map, *names, element);
         isNamed = isNamed || name.has_value();
-        if (!joined.empty()) joined += L", ";
+        if (&element != &elements->front()) joined += L", ";
         joined += name.value_or(L"?");
     }
     return isNamed ? std::optional(joined) : std::nullopt;

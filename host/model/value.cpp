@@ -38,7 +38,7 @@ template <class Element>
 std::wstring Join(const Value::List& elements, Element&& textOf) {
     std::wstring text;
     for (const Value& element : elements) {
-        if (!text.empty()) text += L", ";
+        if (&element != &elements.front()) text += L", ";
         text += textOf(element);
     }
     return text;
