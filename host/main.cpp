@@ -1,3 +1,7 @@
+#include "common/platform.h"
+// shellapi.h follows windows.h, which leaves it out.
+#include <shellapi.h>
+
 #include "host/cli/commands.h"
 #include "host/utf8.h"
 

@@ -43,10 +43,10 @@ void Describe(CLI::App& app, Options& options) {
         app.add_option("--machine", options.machine, "Replay the machine that this JSON file describes");
     app.add_flag("--live", options.live, "Show this machine itself, nothing is replaced (the default)")
         ->excludes(machine);
-    app.add_option(
-           "--mof", options.mofFiles,
-           "Class definitions to read instead of the *.mof files in the folder \"mof\" beside the program or "
-           "in a folder above it")
+    app.add_option("--mof", options.mofFiles,
+                   "Class definitions to read instead of VelkWmiPci.mof and standalone.mof in the folder "
+                   "\"mof\" beside the program or "
+                   "in a folder above it")
         ->allow_extra_args(false);
     app.add_option("--namespace", options.nameSpace, "The namespace to connect to")->capture_default_str();
     app.add_flag("--json", options.asJson, "Print JSON");

@@ -1,6 +1,5 @@
 #include "host/cli/session.h"
 
-#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <utility>
@@ -15,6 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const wchar_t* kProductMof = L"VelkWmiPci.mof";
+constexpr const wchar_t* kStandaloneMof = L"standalone.mof";
 
 fs::path PathFromUtf8(const std::string& text) { return fs::path(WideFromUtf8(text)); }
 
@@ -90,14 +90,9 @@ std::vector<fs::path> FindShippedMof(const fs::path& programFolder) {
     for (fs::path folder = programFolder; !folder.empty(); folder = folder.parent_path()) {
         const fs::path product = folder / L"mof" / kProductMof;
         if (fs::exists(product)) {
-            std::vector<fs::path> files;
-            for (const auto& entry : fs::directory_iterator(product.parent_path())) {
-                if (SameName(entry.path().extension().wstring(), L".mof") && entry.path() != product) {
-                    files.push_back(entry.path());
-                }
-            }
-            std::sort(files.begin(), files.end());
-            files.insert(files.begin(), product);
+            std::vector<fs::path> files = {product};
+            const fs::path standalone = product.parent_path() / kStandaloneMof;
+            if (fs::exists(standalone)) files.push_back(standalone);
             return files;
         }
         if (folder == folder.parent_path()) break;
