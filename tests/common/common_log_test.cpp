@@ -401,6 +401,14 @@ TEST_F(CCommonLogTest, SecondInitMovesTheLogAndKeepsTheLocalMutex) {
     EXPECT_EQ(ReadWide(second + L"VelkWBEMServer.log"), Error());
 }
 
+TEST_F(CCommonLogTest, SecondInitWithoutAnyFolderSilencesTheLog) {
+    Init();
+    registry_.SetText(kCommonLogKey, L"LogFolder", temp_.Path(L"missing"));
+    Init();
+    LogAllThree();
+    EXPECT_EQ(ReadBytes(File()), "");
+}
+
 TEST_F(CCommonLogTest, ResetBeforeInitDoesNothing) {
     EXPECT_EQ(log_.LogReset(), DWORD{ERROR_SUCCESS});
     EXPECT_FALSE(FileExists(File()));
