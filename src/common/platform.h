@@ -20,11 +20,6 @@
 // wmiutils.h follows wbemidl.h: it uses its types.
 #include <wmiutils.h>
 
-// windows.h makes macros of these names. IWbemServices::GetObject and IWbemPath::GetClassName must keep
-// theirs.
-#undef GetObject
-#undef GetClassName
-
 /// Identifiers of WMI's object-path parser. MinGW's import libraries lack them, so they stand here for all
 /// compilers.
 inline constexpr CLSID kClsidWbemDefPath = {
