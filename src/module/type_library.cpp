@@ -1,5 +1,6 @@
 #include "module/type_library.h"
 
+#include "common/bstr.h"
 #include "common/com_ptr.h"
 #include "common/handle.h"
 
@@ -70,9 +71,12 @@ HRESULT UnregisterTypeLibrary(const std::wstring& modulePath, RegistrationScope 
     const TypeLibraryAttributes attributes(*library);
     const TLIBATTR* const own = attributes.Get();
     if (own == nullptr) return E_OUTOFMEMORY;
-    result = unregisterLibrary(own->guid, own->wMajorVerNum, own->wMinorVerNum, own->lcid, own->syskind);
-    // What the platform answers when there is no such type library in the registry.
-    return result == TYPE_E_REGISTRYACCESS ? S_OK : result;
+    // Asked first: what the platform answers to removing what is not there differs between its versions.
+    Bstr registered;
+    if (FAILED(::QueryPathOfRegTypeLib(own->guid, own->wMajorVerNum, own->wMinorVerNum, own->lcid,
+                                       registered.Put())))
+        return S_OK;
+    return unregisterLibrary(own->guid, own->wMajorVerNum, own->wMinorVerNum, own->lcid, own->syskind);
 }
 
 }  // namespace velk

@@ -1,0 +1,180 @@
+#include "module/registrar.h"
+
+#include <gmock/gmock.h>
+
+#include "registry_tree.h"
+#include "support/stand_ins.h"
+
+namespace {
+
+using namespace velk;
+using velktest::ReadRegistryTree;
+using velktest::RegistryTree;
+using velktest::StandIn;
+
+constexpr wchar_t kKey[] = L"Software\\VelkRegistrarTest";
+
+// How many calls of RegSetValueExW succeed before one fails. One alone: undoing must not be hindered.
+int g_writesLeft = 0;
+
+LSTATUS WINAPI SetValueUntilItFails(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data,
+                                    DWORD size) {
+    static const auto real = reinterpret_cast<decltype(&::RegSetValueExW)>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"advapi32.dll"), "RegSetValueExW")));
+    return g_writesLeft-- == 0 ? ERROR_DISK_FULL : real(key, name, reserved, type, data, size);
+}
+
+class RegistrarTest : public testing::Test {
+  protected:
+    RegistrarTest() { ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kKey); }
+    ~RegistrarTest() override { ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kKey); }
+
+    /// The script of what stands in the test's own key.
+    static RegistryScript Script(const std::wstring& items) {
+        RegistryScript script;
+        const auto error = ParseRegistryScript(
+            L"HKLM { NoRemove Software { VelkRegistrarTest { " + items + L" } } }", script);
+        if (error) ADD_FAILURE() << error->reason << " at " << error->position;
+        return script;
+    }
+    static LSTATUS Register(const std::wstring& items) {
+        Registrar registrar(RegistrationScope::kMachine);
+        const LSTATUS status = registrar.Register(Script(items));
+        if (status == ERROR_SUCCESS) registrar.Commit();
+        return status;
+    }
+    static LSTATUS Unregister(const std::wstring& items) {
+        return velk::Unregister(Script(items), RegistrationScope::kMachine);
+    }
+    static RegistryTree Tree() { return ReadRegistryTree(HKEY_LOCAL_MACHINE, kKey); }
+};
+
+TEST_F(RegistrarTest, KeysAndValuesAreWritten) {
+    EXPECT_EQ(Register(L"A = s 'text' { B { val N = d '7' val T = s '' } } val V = s 'v'"), ERROR_SUCCESS);
+    EXPECT_EQ(Tree(), (RegistryTree{{L"", L""},
+                                    {L":V", L"s:v"},
+                                    {L"\\A", L""},
+                                    {L"\\A:", L"s:text"},
+                                    {L"\\A\\B", L""},
+                                    {L"\\A\\B:N", L"d:7"},
+                                    {L"\\A\\B:T", L"s:"}}));
+}
+
+TEST_F(RegistrarTest, ForceRemoveEmptiesTheKeyFirst) {
+    Register(L"A = s 'old' { Stale { Deep val X = s 'x' } }");
+    EXPECT_EQ(Register(L"ForceRemove A { New }"), ERROR_SUCCESS);
+    EXPECT_EQ(Tree(), (RegistryTree{{L"", L""}, {L"\\A", L""}, {L"\\A\\New", L""}}));
+}
+
+TEST_F(RegistrarTest, OtherKeysKeepWhatIsThere) {
+    Register(L"A = s 'old' { Stale } NoRemove B { Stale }");
+    EXPECT_EQ(Register(L"A { New } NoRemove B { New }"), ERROR_SUCCESS);
+    EXPECT_EQ(Tree(), (RegistryTree{{L"", L""},
+                                    {L"\\A", L""},
+                                    {L"\\A:", L"s:old"},
+                                    {L"\\A\\New", L""},
+                                    {L"\\A\\Stale", L""},
+                                    {L"\\B", L""},
+                                    {L"\\B\\New", L""},
+                                    {L"\\B\\Stale", L""}}));
+}
+
+TEST_F(RegistrarTest, DeleteRemovesTheKeyAtRegistration) {
+    Register(L"A { Deep { Deeper } } B");
+    EXPECT_EQ(Register(L"Delete A Delete NeverThere"), ERROR_SUCCESS);
+    EXPECT_EQ(Tree(), (RegistryTree{{L"", L""}, {L"\\B", L""}}));
+}
+
+TEST_F(RegistrarTest, UnregistrationRemovesEveryKeyNotMarkedNoRemove) {
+    const wchar_t items[] =
+        L"A { B { C = s 'c' } } ForceRemove F { G } NoRemove N = s 'n' { O NoRemove P { Q } val V = s 'v' }";
+    Register(items);
+    EXPECT_EQ(Unregister(items), ERROR_SUCCESS);
+    EXPECT_EQ(Tree(), (RegistryTree{{L"", L""}, {L"\\N", L""}, {L"\\N:", L"s:n"}, {L"\\N\\P", L""}}))
+        << "keys marked NoRemove stay, without what is listed below them";
+}
+
+TEST_F(RegistrarTest, NothingIsLeftWhenNothingIsMarked) {
+    Register(L"A { B } val V = s 'v'");
+    EXPECT_EQ(Unregister(L"A { B } val V = s 'v'"), ERROR_SUCCESS);
+    EXPECT_TRUE(Tree().empty());
+}
+
+TEST_F(RegistrarTest, UnregisteringTwiceSucceeds) {
+    Register(L"ForceRemove A { B } NoRemove N { val V = s 'v' O }");
+    EXPECT_EQ(Unregister(L"ForceRemove A { B } NoRemove N { val V = s 'v' O }"), ERROR_SUCCESS);
+    EXPECT_EQ(Unregister(L"ForceRemove A { B } NoRemove N { val V = s 'v' O }"), ERROR_SUCCESS);
+}
+
+TEST_F(RegistrarTest, SubkeysOfOthersOutliveUnregistrationUnlessForced) {
+    Register(L"A { B } ForceRemove F");
+    Register(L"A { Foreign } F { Foreign }");
+    EXPECT_EQ(Unregister(L"A { B } ForceRemove F"), ERROR_SUCCESS);
+    EXPECT_EQ(Tree(), (RegistryTree{{L"", L""}, {L"\\A", L""}, {L"\\A\\Foreign", L""}}));
+}
+
+TEST_F(RegistrarTest, WhatIsNotCommittedIsUndone) {
+    Register(
+        L"Kept = s 'old' { val N = d '1' } Gone { Deep = s 'd' { val X = d '2' } } Refilled = s 'r' { Old }");
+    const RegistryTree before = Tree();
+    {
+        Registrar registrar(RegistrationScope::kMachine);
+        EXPECT_EQ(
+            registrar.Register(Script(L"Kept = s 'new' { val N = s 'other type' val M = s 'm' Child } "
+                                      L"Delete Gone ForceRemove Refilled { New } Fresh { Deep = s 'd' }")),
+            ERROR_SUCCESS);
+        EXPECT_NE(Tree(), before);
+    }
+    EXPECT_EQ(Tree(), before);
+}
+
+TEST_F(RegistrarTest, FailureAtAnyWriteIsReportedAndUndone) {
+    const wchar_t items[] = L"A = s '1' { val B = d '2' } ForceRemove Old { C = s '3' { val D = s '4' } }";
+    constexpr int kWrites = 4;
+    Register(L"Old = s 'before' { Deep { val X = d '9' } }");
+    const RegistryTree before = Tree();
+    for (int write = 0; write < kWrites; ++write) {
+        SCOPED_TRACE(write);
+        {
+            g_writesLeft = write;
+            const StandIn failing("RegSetValueExW", &SetValueUntilItFails);
+            EXPECT_EQ(Register(items), ERROR_DISK_FULL);
+        }
+        EXPECT_EQ(Tree(), before);
+    }
+    g_writesLeft = kWrites;
+    const StandIn failing("RegSetValueExW", &SetValueUntilItFails);
+    EXPECT_EQ(Register(items), ERROR_SUCCESS) << "there are no more writes than were tried";
+}
+
+LSTATUS WINAPI RefuseToDelete(HKEY, LPCWSTR) { return ERROR_ACCESS_DENIED; }
+
+TEST_F(RegistrarTest, UnregistrationGoesOnAfterAFailureAndReportsTheFirst) {
+    Register(L"ForceRemove A B");
+    {
+        const StandIn failing("RegDeleteTreeW", &RefuseToDelete);
+        EXPECT_EQ(Unregister(L"ForceRemove A B"), ERROR_ACCESS_DENIED);
+    }
+    EXPECT_EQ(Tree(), (RegistryTree{{L"", L""}, {L"\\A", L""}}));
+}
+
+TEST_F(RegistrarTest, UserScopePutsClassesIntoTheUsersOwn) {
+    RegistryScript script;
+    ASSERT_FALSE(ParseRegistryScript(
+        L"HKCR { VelkRegistrarTest = s 'u' } HKLM { NoRemove Software { VelkRegistrarTest } }", script));
+    const wchar_t userKey[] = L"Software\\Classes\\VelkRegistrarTest";
+    {
+        Registrar registrar(RegistrationScope::kUser);
+        ASSERT_EQ(registrar.Register(script), ERROR_SUCCESS);
+        registrar.Commit();
+    }
+    EXPECT_EQ(ReadRegistryTree(HKEY_CURRENT_USER, userKey), (RegistryTree{{L"", L""}, {L":", L"s:u"}}));
+    EXPECT_TRUE(ReadRegistryTree(HKEY_LOCAL_MACHINE, userKey).empty());
+    EXPECT_FALSE(Tree().empty()) << "other roots are as the script says";
+
+    EXPECT_EQ(velk::Unregister(script, RegistrationScope::kUser), ERROR_SUCCESS);
+    EXPECT_TRUE(ReadRegistryTree(HKEY_CURRENT_USER, userKey).empty());
+    EXPECT_FALSE(ReadRegistryTree(HKEY_CURRENT_USER, L"Software").empty());
+}
+
+}  // namespace
