@@ -8,7 +8,9 @@
 #include "module/class_factory.h"
 #include "module/class_table.h"
 #include "module/server_registration.h"
+#include "pci/velk_pci_bridge_list.h"
 #include "pci/velk_pci_device_list.h"
+#include "smbios/smbios_table.h"
 
 namespace velk {
 
@@ -45,6 +47,8 @@ bool LoadModule(HMODULE instance) noexcept {
         CommonMutexObject().Create();
         g_module.Create(instance);
         PciDeviceListObject().Create();
+        PciBridgeListObject().Create();
+        SmbiosTableObject().Create();
         return true;
     } catch (...) {
         UnloadModule();
@@ -53,6 +57,8 @@ bool LoadModule(HMODULE instance) noexcept {
 }
 
 void UnloadModule() noexcept {
+    SmbiosTableObject().Destroy();
+    PciBridgeListObject().Destroy();
     PciDeviceListObject().Destroy();
     g_module.Destroy();
     CommonMutexObject().Destroy();
