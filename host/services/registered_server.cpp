@@ -15,11 +15,12 @@ std::wstring FormatClsid(REFCLSID classId) {
 std::optional<std::wstring> RegisteredServer(REFCLSID classId) {
     const std::wstring key = L"CLSID\\" + FormatClsid(classId) + L"\\InprocServer32";
     DWORD size = 0;
-    constexpr DWORD kTexts = RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ;
-    if (::RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), nullptr, kTexts, nullptr, nullptr, &size) != 0)
+    // REG_EXPAND_SZ is let through too, expanded: that is what asking for REG_SZ alone means.
+    if (::RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, nullptr, &size) != 0)
         return {};
     std::vector<wchar_t> text(size / sizeof(wchar_t) + 1);
-    if (::RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), nullptr, kTexts, nullptr, text.data(), &size) != 0) {
+    if (::RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, text.data(), &size) !=
+        0) {
         return {};
     }
     return std::wstring(text.data());
