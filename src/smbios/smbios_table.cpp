@@ -1,7 +1,6 @@
 #include "smbios/smbios_table.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "smbios/structure_table.h"
 
@@ -49,7 +48,7 @@ bool SmbiosTable::FindStructure(std::uint8_t type, std::uint16_t occurrence, std
     if (!structure) return false;
 
     length = static_cast<std::uint8_t>(std::min<std::size_t>(structure->formatted.size(), length));
-    std::memcpy(formatted, structure->formatted.data(), length);
+    std::ranges::copy(structure->formatted.first(length), formatted);
     strings.assign(1, CString());
     for (const std::string_view text : StringsOf(*structure)) strings.push_back(Widen(text));
     return true;
