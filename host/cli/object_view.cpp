@@ -20,8 +20,12 @@ std::string ShowElement(const PropertyDef& property, const Value& value) {
     return Utf8FromWide(text);
 }
 
+/// Paths spell key names in any case.
 bool IsSameForAll(std::wstring_view key) {
-    return key.ends_with(L"CreationClassName") || SameName(key, L"SystemName");
+    constexpr std::wstring_view kClassKey = L"CreationClassName";
+    const bool endsLikeIt =
+        key.size() >= kClassKey.size() && SameName(key.substr(key.size() - kClassKey.size()), kClassKey);
+    return endsLikeIt || SameName(key, L"SystemName");
 }
 
 std::string NameFromKeys(const ObjectPath& path) {

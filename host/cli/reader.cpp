@@ -70,7 +70,7 @@ HRESULT Reader::Enumerate(const std::wstring& className, Objects& out) const {
         result = enumerator->Next(0, 1, &none, &returned);
     }
     if (verbose_) progress.Tell("read", out.size() - before);
-    return result;
+    return FAILED(result) ? result : velk::kWbemNoError;
 }
 
 HRESULT Reader::Get(const std::wstring& path, velk::ComPtr<ClassObject>& object) const {

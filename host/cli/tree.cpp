@@ -136,7 +136,9 @@ class TreeReader {
         const HRESULT result = ReadLinks(reader_, className, links);
         if (FAILED(result) && result != kWbemInvalidClass) fail_(className, result);
         for (const Link& link : links) {
-            if (link.ends.size() == 2) edges_[className][PathIdentity(link.ends[0])].push_back(link.ends[1]);
+            if (link.ends.size() != 2) continue;
+            if (SameName(className, L"Velk_SystemPCIDevice")) computerPath_ = link.ends[0];
+            edges_[className][PathIdentity(link.ends[0])].push_back(link.ends[1]);
         }
     }
 
@@ -154,10 +156,8 @@ class TreeReader {
 
     /// The association's first end is the computer; without any function the class stands for it.
     TreeNode Computer() const {
-        const auto edges = edges_.find(L"Velk_SystemPCIDevice");
-        if (edges == edges_.end() || edges->second.empty()) return {Utf8FromWide(kComputerClass), {}, {}};
-        const std::wstring& path = edges->second.begin()->first;
-        return {"Computer " + ShortNameOfPath(path), Utf8FromWide(path), {}};
+        if (computerPath_.empty()) return {Utf8FromWide(kComputerClass), {}, {}};
+        return {"Computer " + ShortNameOfPath(computerPath_), Utf8FromWide(computerPath_), {}};
     }
 
     TreeNode Chassis(const ClassObject& chassis) {
@@ -237,6 +237,7 @@ class TreeReader {
     std::map<std::wstring, velk::ComPtr<ClassObject>> objects_;  ///< by identity
     /// By association class, then by identity of the first end: the second ends in order of delivery.
     std::map<std::wstring, std::map<std::wstring, std::vector<std::wstring>>> edges_;
+    std::wstring computerPath_;  ///< as a reference writes it
     std::set<std::wstring> shown_;
 };
 
