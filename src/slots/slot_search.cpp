@@ -22,11 +22,12 @@ SlotSearch::SlotSearch(const SystemSlots& slots)
     round_.reserve(slots.structures.size());
     for (const SystemSlot& slot : slots.structures) round_.push_back({FirstNumberOf(slot.id), slot});
 
-    const auto number = [](const NumberedSlot& slot) { return slot.number; };
     // Stable: of structures with one ID the first in table order is found, always.
-    std::ranges::stable_sort(round_, {}, number);
-    const auto repeated = std::ranges::unique(round_, {}, number);
-    round_.erase(repeated.begin(), repeated.end());
+    std::ranges::stable_sort(round_, {}, &NumberedSlot::number);
+    const auto repeated = std::unique(
+        round_.begin(), round_.end(),
+        [](const NumberedSlot& left, const NumberedSlot& right) { return left.number == right.number; });
+    round_.erase(repeated, round_.end());
 }
 
 std::optional<NumberedSlot> SlotSearch::Next() noexcept {
