@@ -275,7 +275,11 @@ std::wstring FormatLocalPath(const ObjectPath& path) {
 }
 
 std::wstring FormatFullPath(const ObjectPath& path) {
-    return L"\\\\" + (path.server.empty() ? std::wstring(L".") : path.server) + L"\\" + FormatLocalPath(path);
+    const std::wstring local = FormatLocalPath(path);
+    std::wstring out = L"\\\\" + (path.server.empty() ? std::wstring(L".") : path.server);
+    // A separator that nothing follows would be no path.
+    if (!local.empty()) out.push_back(L'\\');
+    return out + local;
 }
 
 }  // namespace velkhost

@@ -183,4 +183,11 @@ TEST(ObjectPath, FormsOfTheTextNameWhatTheySay) {
     EXPECT_EQ(FormatFullPath(*ParseObjectPath(L"root:X")), LR"(\\.\root:X)");
 }
 
+TEST(ObjectPath, ServerAloneIsWrittenAsItIsRead) {
+    const auto path = ParseObjectPath(LR"(\\SRV)");
+    ASSERT_TRUE(path);
+    EXPECT_EQ(FormatFullPath(*path), LR"(\\SRV)");
+    EXPECT_EQ(ParseObjectPath(FormatFullPath(*path)), path);
+}
+
 }  // namespace
