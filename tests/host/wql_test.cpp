@@ -91,4 +91,31 @@ INSTANTIATE_TEST_SUITE_P(
                     L"SELECT * FROM C WHERE a = 1 OR b = 2", L"SELECT * FROM C WHERE a = 1 AND",
                     L"SELECT a FROM meta_class", L"ASSOCIATORS OF {C.a=1}"));
 
+TEST(HostileWql, TenThousandTermsAreRead) {
+    std::wstring text = L"SELECT * FROM X WHERE P = 0";
+    for (int number = 1; number < 10000; ++number) text += L" AND P = " + std::to_wstring(number);
+    const WqlResult result = ParseWql(text);
+    ASSERT_TRUE(result.query);
+    ASSERT_EQ(result.query->terms.size(), 10000u);
+    EXPECT_EQ(result.query->terms.back().literal.magnitude, 9999u);
+}
+
+TEST(HostileWql, AMegabyteIsReadWhenItsQuoteIsClosedAndRefusedWhenNot) {
+    const std::wstring open = L"SELECT * FROM X WHERE P = '" + std::wstring(1 << 20, L'v');
+    EXPECT_FALSE(ParseWql(open).query);
+    EXPECT_FALSE(ParseWql(open + L"\\'").query);
+    const WqlResult result = ParseWql(open + L"'");
+    ASSERT_TRUE(result.query);
+    EXPECT_EQ(result.query->terms[0].literal.text.size(), std::size_t{1} << 20);
+}
+
+TEST(HostileWql, AZeroCharacterBelongsToATextAndToNothingElse) {
+    using namespace std::string_literals;
+    const WqlResult result = ParseWql(L"SELECT * FROM X WHERE P = 'a\0b'"s);
+    ASSERT_TRUE(result.query);
+    EXPECT_EQ(result.query->terms[0].literal.text, L"a\0b"s);
+    EXPECT_FALSE(ParseWql(L"SELECT\0* FROM X"s).query);
+    EXPECT_FALSE(ParseWql(L"SELECT * FROM X\0"s).query);
+}
+
 }  // namespace

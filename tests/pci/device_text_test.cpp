@@ -171,5 +171,44 @@ TEST(ParseLocationPath, ReadsTheFirstStringAlone) {
     EXPECT_EQ(ParseLocationPath(L"AB#PC\0ACPI(_SB_)#ACPI(PC00)"s, position), ScanResult::kEndOfInput);
 }
 
+/// What SetupAPI may fill of a property: 2,048 bytes.
+constexpr std::size_t kFullProperty = 1024;
+
+TEST(HostileDeviceText, AFullPropertyWithoutATerminatorIsReadToItsEnd) {
+    EXPECT_EQ(Join(std::wstring(kFullProperty, L'x')), std::wstring(kFullProperty, L'x'));
+    EXPECT_EQ(Join(std::wstring(kFullProperty, L'\0')), L"");
+
+    // The last two characters are the class code's, or one of them, or none.
+    std::wstring ids = std::wstring(kFullProperty - 7, L'x') + L"CC_0604";
+    std::uint32_t subclass = 0x77;
+    EXPECT_EQ(ScanHexByte(ids, kFullProperty - 2, subclass), ScanResult::kRead);
+    EXPECT_EQ(subclass, 0x04u);
+    EXPECT_EQ(ScanHexByte(ids, kFullProperty - 1, subclass), ScanResult::kRead);
+    EXPECT_EQ(ScanHexByte(ids, kFullProperty, subclass), ScanResult::kEndOfInput);
+}
+
+TEST(HostileDeviceText, NumbersOfAnyLengthKeepTheirFirstDigits) {
+    HardwareIdNumbers numbers;
+    EXPECT_EQ(ParseHardwareId(L"PCI\\VEN_" + std::wstring(kFullProperty, L'8'), numbers), ScanResult::kRead);
+    EXPECT_EQ(numbers.vendorId, 0x8888);
+    EXPECT_EQ(numbers.deviceId, 0);
+
+    BusPosition position{};
+    const std::wstring digits(kFullProperty, L'9');
+    EXPECT_TRUE(ParseLocationText(L"bus " + digits + L", device -" + digits + L", function 0", position));
+    // The ends of the range of 32 bits, of which the low byte is kept.
+    EXPECT_EQ(position.bus, 0xFF);
+    EXPECT_EQ(position.device, 0x00);
+}
+
+TEST(HostileDeviceText, AMegabyteOfSeparatorsHasNoNumbers) {
+    BusPosition position{91, 92, 93};
+    EXPECT_FALSE(ParseLocationText(std::wstring(1 << 20, L','), position));
+    EXPECT_EQ(ParseLocationPath(std::wstring(1 << 20, L'#'), position), ScanResult::kMismatch);
+    EXPECT_EQ(position.bus, 91);
+    EXPECT_EQ(position.device, 92);
+    EXPECT_EQ(position.function, 93);
+}
+
 }  // namespace
 }  // namespace velk
