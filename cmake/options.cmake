@@ -37,6 +37,9 @@ else()
     add_compile_options($<$<CONFIG:Release>:-O2> $<$<CONFIG:Release>:-ffunction-sections>
                         $<$<CONFIG:Release>:-fdata-sections>)
     add_link_options($<$<CONFIG:Release>:-Wl,--gc-sections> $<$<CONFIG:Release>:-s>)
+    # Line numbers are what a stack needs; full debug information makes test programs of 50 MB that take longer to link
+    # than to run.
+    set(CMAKE_CXX_FLAGS_DEBUG "-g1")
     if(VELK_HARDENED)
         # MinGW has no sanitizer run-time; trapping needs none.
         target_compile_options(velk_options INTERFACE -fsanitize=undefined -fsanitize-undefined-trap-on-error)
