@@ -21,7 +21,6 @@ else()
                   -Wcast-align
                   -Wduplicated-cond
                   -Wlogical-op
-                  -Wnull-dereference
                   -Wextra-semi)
     # Everything is linked in: the DLL may import from system DLLs alone, and test programs run without any DLL beside
     # them. winpthread needs its archive named, -static alone leaves it to the import library.
