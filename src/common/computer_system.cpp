@@ -1,6 +1,7 @@
 #include "common/computer_system.h"
 
 #include "common/heap_memory.h"
+#include "common/suite_names.h"
 #include "common/variant.h"
 #include "common/wbem_status.h"
 #include "common/wmi_query.h"
@@ -11,7 +12,6 @@ namespace {
 
 constexpr wchar_t kComputerSystemClass[] = L"Velk_WinComputerSystem";
 constexpr wchar_t kChassisClass[] = L"Velk_ComputerSystemChassis";
-constexpr wchar_t kSuiteNamespace[] = L"root\\VKQ";
 
 HRESULT QueryComputerSystemClass(WmiObjects& classes) {
     CString query = FormatText(L"SELECT * FROM meta_class WHERE __CLASS = \"%s\"", kComputerSystemClass);

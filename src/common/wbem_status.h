@@ -4,8 +4,8 @@
 
 namespace velk {
 
-// WMI's statuses as HRESULTs. The platform's WBEM_E_* names are enumerators, unsigned with some compilers, and would
-// need a cast at each use.
+// WMI's statuses as HRESULTs. The platform's WBEM_E_* names are enumerators, unsigned with some compilers,
+// and would need a cast at each use.
 inline constexpr HRESULT kWbemNoError = WBEM_S_NO_ERROR;
 inline constexpr HRESULT kWbemFalse = WBEM_S_FALSE;
 inline constexpr HRESULT kWbemTimedOut = WBEM_S_TIMEDOUT;

@@ -162,6 +162,7 @@ HRESULT GetWmiObject(const CString& ns, const CString& path, ComPtr<IWbemClassOb
     ComPtr<IWbemServices> services;
     const HRESULT status = Connect(ns, CLSCTX_ALL, services);
     if (FAILED(status)) return status;
+    if (!services) return kWbemFailed;
     return services->GetObject(Bstr(path).Get(), 0, nullptr, out.Put(), nullptr);
 }
 

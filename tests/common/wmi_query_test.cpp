@@ -205,6 +205,9 @@ TEST_F(QueryWmiTest, GetObjectReturnsTheStatusOfTheStepThatFailed) {
     EXPECT_EQ(GetWmiObject(L"root\\missing", L"P", object), static_cast<HRESULT>(WBEM_E_INVALID_NAMESPACE));
     wmi_->createStatus = E_ACCESSDENIED;
     EXPECT_EQ(GetWmiObject(L"root\\VKQ", L"P", object), E_ACCESSDENIED);
+    wmi_->createStatus = S_OK;
+    wmi_->connectsToNothing = true;
+    EXPECT_EQ(GetWmiObject(L"root\\VKQ", L"P", object), kWbemFailed) << "no services came of it";
     EXPECT_FALSE(object);
 }
 
