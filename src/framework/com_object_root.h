@@ -39,7 +39,8 @@ class CComObjectRootEx {
   protected:
     ~CComObjectRootEx() = default;
 
-    /// Holds the lock of the object's fields for a scope; never while a call leaves the object.
+    /// Holds the lock of the object's fields for a scope: to copy or exchange them, with no call but the
+    /// AddRef of a copied reference.
     class ObjectLock {
       public:
         explicit ObjectLock(CComObjectRootEx& object) noexcept : object_(object) { object_.section_.Lock(); }

@@ -15,12 +15,9 @@ namespace {
 /// The path must name an instance; with several keys the parser may call it compound.
 constexpr ULONGLONG kInstancePath = WBEMPATH_INFO_IS_INST_REF | WBEMPATH_INFO_IS_COMPOUND;
 
-HRESULT OpenKeyList(IClassFactory* parserFactory, const Bstr& objectPath, ComPtr<IWbemPathKeyList>& keyList) {
-    ComPtr<IWbemPath> path;
+HRESULT ParsePath(IClassFactory* parserFactory, const Bstr& objectPath, ComPtr<IWbemPath>& path) {
     if (FAILED(parserFactory->CreateInstance(nullptr, kIidIWbemPath, path.PutVoid()))) return kWbemFailed;
-    const HRESULT result = path->SetText(WBEMPATH_CREATE_ACCEPT_ALL, objectPath.Get());
-    if (FAILED(result)) return result;
-    return path->GetKeyList(keyList.Put());
+    return path->SetText(WBEMPATH_CREATE_ACCEPT_ALL, objectPath.Get());
 }
 
 /// The index of a key among the class's keys, or their count. Key names compare without regard to case.
@@ -63,8 +60,12 @@ HRESULT CInstanceProviderBase::GetInstanceByPath(Bstr objectPath, IWbemClassObje
 
 HRESULT CInstanceProviderBase::ReadKeys(const Session& session, const Bstr& objectPath,
                                         RequestedKeys& keys) const {
+    // Kept beside its key list: nothing says that the list outlives it.
+    ComPtr<IWbemPath> path;
+    HRESULT result = ParsePath(session.parserFactory.Get(), objectPath, path);
+    if (FAILED(result)) return result;
     ComPtr<IWbemPathKeyList> keyList;
-    HRESULT result = OpenKeyList(session.parserFactory.Get(), objectPath, keyList);
+    result = path->GetKeyList(keyList.Put());
     if (FAILED(result)) return result;
     ULONG count = 0;
     result = keyList->GetCount(&count);

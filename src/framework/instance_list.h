@@ -25,8 +25,9 @@ class CListBase {
     CMutex& Mutex() noexcept { return mutex_; }
 
     /// Refreshes the sources, then rebuilds the records and steps the generation. Returns the new generation:
-    /// 0 when the rebuild or the refresh of a source failed (the records are then none of a good rebuild),
-    /// else at least 2. Throws std::bad_alloc or std::length_error, after marking the rebuild as failed.
+    /// 0 when the rebuild failed, which leaves no record, or when the refresh of a source did, which leaves
+    /// the records as they were; else at least 2. Throws std::bad_alloc or std::length_error, after marking
+    /// the rebuild as failed.
     std::uint32_t RebuildAndStamp();
 
     /// As RebuildAndStamp; stores the new generation into the caller's and returns true when they differ.

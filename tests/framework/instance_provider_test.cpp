@@ -376,7 +376,11 @@ TEST_F(InstanceProvider, EveryCauseOfAFailedGetIsNotFound) {
     g_source.succeeds = true;
     classObject->spawnStatus = kWbemOutOfMemory;
     EXPECT_EQ(Get(*provider.Get(), kPathOfB), kWbemNotFound) << "the spawn failed";
+    classObject->spawnStatus = S_OK;
+    classObject->FailPut(L"Name", kWbemOutOfMemory);
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), kWbemNotFound) << "a write failed";
     EXPECT_TRUE(sink->statuses.empty());
+    EXPECT_TRUE(sink->indications.empty());
 }
 
 TEST_F(InstanceProvider, AGetWithoutAComputerNameFails) {

@@ -70,6 +70,8 @@ HRESULT FakeClassObject::Put(LPCWSTR name, LONG flags, VARIANT* value, CIMTYPE t
 HRESULT FakeClassObject::SpawnInstance(LONG, IWbemClassObject** instance) {
     if (FAILED(spawnStatus)) return spawnStatus;
     spawned.push_back(Make());
+    // What was programmed for the class holds for its instances.
+    spawned.back()->putFailures_ = putFailures_;
     *instance = Referenced(spawned.back());
     return S_OK;
 }
