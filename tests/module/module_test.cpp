@@ -10,7 +10,10 @@
 #include "framework/module_lock.h"
 #include "module/class_table.h"
 #include "module/identifiers.h"
+#include "pci/velk_pci_bridge_list.h"
 #include "pci/velk_pci_device_list.h"
+#include "smbios/smbios_table.h"
+#include "support/recording_sink.h"
 #include "support/registry_fixture.h"
 #include "support/stand_ins.h"
 #include "support/temp_folder.h"
@@ -41,11 +44,15 @@ TEST_F(ModuleTest, LoadMakesEveryObjectAndUnloadNone) {
     EXPECT_NE(CommonMutexObject().Get(), nullptr);
     EXPECT_NE(Module(), nullptr);
     EXPECT_NE(PciDeviceListObject().Get(), nullptr);
+    EXPECT_NE(PciBridgeListObject().Get(), nullptr);
+    EXPECT_NE(SmbiosTableObject().Get(), nullptr);
     UnloadModule();
     EXPECT_EQ(CommonLog(), nullptr);
     EXPECT_EQ(CommonMutexObject().Get(), nullptr);
     EXPECT_EQ(Module(), nullptr);
     EXPECT_EQ(PciDeviceListObject().Get(), nullptr);
+    EXPECT_EQ(PciBridgeListObject().Get(), nullptr);
+    EXPECT_EQ(SmbiosTableObject().Get(), nullptr);
 }
 
 TEST_F(ModuleTest, LoadAndUnloadAreLogged) {
@@ -117,6 +124,70 @@ TEST_F(ModuleTest, EveryClassOfTheModuleMakesAProvider) {
             ComPtr<IUnknown> object;
             EXPECT_EQ(factory->CreateInstance(nullptr, iid, object.PutVoid()), S_OK);
         }
+    }
+}
+
+struct PublishedClass {
+    CLSID clsid;
+    const wchar_t* provider;
+    const wchar_t* progId;
+};
+
+/// The ProgIDs begin in three ways, and one is shortened: they are in registries as they stand.
+constexpr PublishedClass kPublished[] = {
+    {kClsidVelkPCIBridgeProv, L"VelkPCIBridgeProv", L"VelkWmiPCI.VelkPCIBridgeProv"},
+    {kClsidVelkPCICardProv, L"VelkPCICardProv", L"VelkWmiPCI.VelkPCICardProv"},
+    {kClsidVelkPCICardInSlotProv, L"VelkPCICardInSlotProv", L"VelkWmiPCI.VelkPCICardInSlotProv"},
+    {kClsidVelkPCIDeviceProv, L"VelkPCIDeviceProv", L"VelkWmiPCI.VelkPCIDeviceProv"},
+    {kClsidVelkPCISlotProv, L"VelkPCISlotProv", L"VelkWmiPci.VelkPCISlotProv"},
+    {kClsidVelkPCISlotElementLocationProv, L"VelkPCISlotElementLocationProv",
+     L"VelkWmiSys.VelkPCISltElmntLocProv"},
+    {kClsidVelkPCISlotLocationProv, L"VelkPCISlotLocationProv", L"VelkWmiPci.VelkPCISlotLocationProv"},
+    {kClsidVelkRealizesPCIDeviceProv, L"VelkRealizesPCIDeviceProv", L"VelkWmiPci.VelkRealizesPCIDeviceProv"},
+    {kClsidVelkSystemPCIDeviceProv, L"VelkSystemPCIDeviceProv", L"VelkWmiPci.VelkSystemPCIDeviceProv"},
+    {kClsidVelkSystemPCISlotProv, L"VelkSystemPCISlotProv", L"VelkWmiPci.VelkSystemPCISlotProv"},
+};
+
+TEST_F(ModuleTest, ClassesArePublishedUnderTheirFixedNames) {
+    ASSERT_EQ(ClassTable().size(), std::size(kPublished));
+    for (std::size_t at = 0; at < std::size(kPublished); ++at) {
+        const ClassTableEntry& entry = ClassTable()[at];
+        const CString progId = kPublished[at].progId;
+        EXPECT_TRUE(::IsEqualCLSID(entry.clsid, kPublished[at].clsid)) << at;
+        EXPECT_EQ(entry.versionIndependentProgId, progId);
+        EXPECT_EQ(entry.progId, progId + L".1");
+        EXPECT_EQ(entry.description, FormatText(L"C%s Object", kPublished[at].provider));
+    }
+}
+
+TEST_F(ModuleTest, EveryProviderLocksAndLogsUnderItsOwnName) {
+    registry_.SetDword(velktest::kCommonLogKey, L"LogLevel", 1);
+    ASSERT_TRUE(Load());
+    for (const PublishedClass& published : kPublished) {
+        SCOPED_TRACE(testing::PrintToString(CString(published.provider)));
+        ComPtr<IClassFactory> factory;
+        ASSERT_EQ(Module()->GetClassObject(published.clsid, IID_IClassFactory, factory.PutVoid()), S_OK);
+        ComPtr<IWbemServices> provider;
+        ASSERT_EQ(factory->CreateInstance(nullptr, IID_IWbemServices, provider.PutVoid()), S_OK);
+
+        // One class answers from a thread of its own.
+        const UniqueHandle answered(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        const auto sink = velktest::RecordingSink::Make();
+        sink->onStatus = [&] { ::SetEvent(answered.Get()); };
+        provider->CreateInstanceEnumAsync(nullptr, 0, nullptr, sink.Get());
+        EXPECT_EQ(::WaitForSingleObject(answered.Get(), 60000), WAIT_OBJECT_0);
+
+        const UniqueHandle lock(
+            ::OpenMutexW(SYNCHRONIZE, FALSE, FormatText(L"Global\\wmi_%s", published.provider).c_str()));
+        EXPECT_TRUE(lock);
+        provider.Reset();
+        factory.Reset();
+        for (int wait = 0; ModuleLock::Count() != 0 && wait < 6000; ++wait) ::Sleep(10);
+        ASSERT_EQ(ModuleLock::Count(), 0);
+        EXPECT_NE(
+            LogText().find(FormatText(L"[Verbose] VelkWmiPci.DLL!C%s::CreateInstanceEnumAsync| Entering",
+                                      published.provider)),
+            CString::npos);
     }
 }
 
