@@ -155,22 +155,36 @@ class CommandRunner {
         console_.Print(FormatTable(rows));
     }
 
-    /// The object of the path that the user gave; null after telling why there is none.
-    velk::ComPtr<ClassObject> Target() {
+    /// The object of a path that the user gave; null after telling why there is none.
+    velk::ComPtr<ClassObject> GetByPath(const std::string& path) {
         velk::ComPtr<ClassObject> object;
-        const HRESULT result = reader_.Get(WideFromUtf8(options_.target), object);
-        if (FAILED(result)) Fail(options_.target, result);
+        const HRESULT result = reader_.Get(WideFromUtf8(path), object);
+        if (FAILED(result)) Fail(path, result);
         return object;
     }
+    velk::ComPtr<ClassObject> Target() { return GetByPath(options_.target); }
 
     void Get() {
-        const auto object = Target();
-        if (!object) return;
-        if (options_.asJson) {
-            PrintJson(ToJson(*object));
-        } else {
-            const std::wstring path = object->FullPath().value_or(object->Class().name);
-            console_.Print(FormatBlock(*object, Utf8FromWide(path), options_.all));
+        ordered_json json = ordered_json::array();
+        bool isFirst = true;
+        for (const std::string& path : options_.paths) {
+            const auto object = GetByPath(path);
+            if (options_.asJson) {
+                json.push_back(object ? ToJson(*object) : ordered_json());
+                continue;
+            }
+            if (!object) continue;
+            if (!isFirst) console_.Print("\n");
+            isFirst = false;
+            const std::wstring heading = object->FullPath().value_or(object->Class().name);
+            console_.Print(FormatBlock(*object, Utf8FromWide(heading), options_.all));
+        }
+        if (!options_.asJson) return;
+        // One path gives its object; several give an array in their order, with null for what was not found.
+        if (json.size() > 1) {
+            PrintJson(json);
+        } else if (!json.front().is_null()) {
+            PrintJson(json.front());
         }
     }
 

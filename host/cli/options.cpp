@@ -27,6 +27,7 @@ void AddCommand(CLI::App& app, Options& options, Options::Command command, const
     added->fallthrough();
     added->callback([&options, command] { options.command = command; });
     if (target != nullptr) added->add_option(target, options.target)->required();
+    if (command == Options::Command::kGet) added->add_option("PATH", options.paths)->required();
     if (command == Options::Command::kList) {
         added
             ->add_option("--columns", options.columns,
@@ -57,7 +58,7 @@ void Describe(CLI::App& app, Options& options) {
     using Command = Options::Command;
     AddCommand(app, options, Command::kClasses, "classes", "List the classes that have instances");
     AddCommand(app, options, Command::kList, "list", "Enumerate the instances of a class", "CLASS");
-    AddCommand(app, options, Command::kGet, "get", "Get one instance, or a class, by its path", "PATH");
+    AddCommand(app, options, Command::kGet, "get", "Get instances, or classes, by their paths");
     AddCommand(app, options, Command::kDump, "dump", "Enumerate every class that a provider serves");
     AddCommand(app, options, Command::kAssociators, "associators",
                "List the instances that associations link with an instance", "PATH");

@@ -11,7 +11,8 @@ struct Options {
     enum class Command { kClasses, kList, kGet, kDump, kAssociators, kReferences, kTree };
 
     Command command = Command::kClasses;
-    std::string target;  ///< the class of kList, the path of kGet, kAssociators and kReferences
+    std::string target;                  ///< the class of kList, the path of kAssociators and kReferences
+    std::vector<std::string> paths;      ///< of kGet, at least one
     std::optional<std::string> machine;  ///< the machine file; nothing: this machine itself
     bool live = false;                   ///< said expressly; without a machine file it is so anyway
     std::vector<std::string> mofFiles;   ///< empty: those shipped beside the program

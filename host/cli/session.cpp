@@ -30,17 +30,35 @@ std::string ReadFile(const fs::path& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-std::wstring ThisComputer() {
-    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
-    DWORD size = MAX_COMPUTERNAME_LENGTH + 1;
-    return ::GetComputerNameW(name, &size) ? std::wstring(name, size) : std::wstring(L".");
+std::optional<std::wstring> NameOfThisComputer(COMPUTER_NAME_FORMAT format) {
+    wchar_t name[256];  // a DNS name has at most 255 characters
+    DWORD size = static_cast<DWORD>(std::size(name));
+    if (!::GetComputerNameExW(format, name, &size)) return std::nullopt;
+    return std::wstring(name, size);
+}
+
+ComputerNames NamesOf(const Machine* machine) {
+    if (machine != nullptr) return machine->names;
+    return {NameOfThisComputer(ComputerNameDnsFullyQualified), NameOfThisComputer(ComputerNameDnsHostname),
+            NameOfThisComputer(ComputerNameNetBIOS)};
 }
 
 /// WMI's server name is the NetBIOS name.
-std::wstring ServerName(const Machine* machine) {
-    if (machine == nullptr) return ThisComputer();
-    const ComputerNames& names = machine->names;
+std::wstring ServerName(const ComputerNames& names) {
     return names.netbios.value_or(names.dnsHostname.value_or(names.dnsFullyQualified.value_or(L".")));
+}
+
+/// The computer system itself, so that references to it lead somewhere. The suite names it by the longest
+/// name.
+void AddComputerSystem(Repository& repository, const ComputerNames& names) {
+    constexpr const wchar_t* kNamespace = L"root\\VKQ";
+    constexpr const wchar_t* kClass = L"Velk_WinComputerSystem";
+    const ClassPtr definition = repository.FindClass(kNamespace, kClass);
+    if (!definition || !repository.StaticInstances(kNamespace, kClass).empty()) return;
+    const std::wstring name =
+        names.dnsFullyQualified.value_or(names.dnsHostname.value_or(names.netbios.value_or(L"")));
+    repository.AddInstance(kNamespace, kClass,
+                           {{L"CreationClassName", Value::Text(kClass)}, {L"Name", Value::Text(name)}});
 }
 
 /// The firmware table of the machine that this runs on; nothing when the platform gives none.
@@ -102,12 +120,14 @@ std::vector<fs::path> FindShippedMof(const fs::path& programFolder) {
 }
 
 Repository BuildRepository(const std::vector<fs::path>& mofFiles, const Machine* machine) {
-    Repository repository(ServerName(machine));
+    const ComputerNames names = NamesOf(machine);
+    Repository repository(ServerName(names));
     for (const fs::path& file : mofFiles) repository.LoadMof(ReadFile(file), Utf8FromWide(file.wstring()));
     if (machine != nullptr) {
         for (const SuiteObject& object : machine->objects) DropInstances(repository, object);
         for (const SuiteObject& object : machine->objects) AddObject(repository, object);
     }
+    AddComputerSystem(repository, names);
     const auto firmware = machine != nullptr ? machine->smbios : ReadFirmwareTable();
     if (firmware) {
         AddRawSmbiosTables(repository, firmware->table, firmware->majorVersion, firmware->minorVersion);

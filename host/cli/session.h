@@ -28,7 +28,8 @@ std::vector<std::filesystem::path> FindShippedMof(const std::filesystem::path& p
 
 /// Classes and static instances for a machine, or (null) for this machine: the MOF files, then what the
 /// machine file says that other providers would serve. Where it names objects of a class, it names all of
-/// them: instances of that class from the MOF files are dropped. Throws InputError, MofError.
+/// them: instances of that class from the MOF files are dropped. Where nothing names the computer system, it
+/// is made of the machine's name. Throws InputError, MofError.
 Repository BuildRepository(const std::vector<std::filesystem::path>& mofFiles, const Machine* machine);
 
 /// A host for one run of the program: the repository, and for a machine file the provider's DLL, loaded from

@@ -151,6 +151,13 @@ TEST(CliOptions, ACommandWithItsOptionsIsRead) {
     EXPECT_TRUE(ParseOptions({"tree", "--json"}).options->asJson) << "options may follow the command";
 }
 
+TEST(CliOptions, SeveralPathsMayBeAskedForAtOnce) {
+    const auto parsed = ParseOptions({"get", "A.K=1", "B.K=2", "--json"});
+    ASSERT_TRUE(parsed.options) << parsed.message;
+    EXPECT_THAT(parsed.options->paths, ElementsAre("A.K=1", "B.K=2"));
+    EXPECT_TRUE(parsed.options->asJson);
+}
+
 TEST(CliOptions, BadUsageEndsWithTwoAndHelpWithZero) {
     for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
              {}, {"bogus"}, {"list"}, {"get"}, {"--machine"}, {"--live", "--machine", "m.json", "dump"}}) {
@@ -202,6 +209,37 @@ TEST(CliSession, ObjectsOfTheMachineReplaceThoseOfTheMof) {
     EXPECT_NE(BuildRepository({file}, &store).FindClass(L"root\\wmi", L"DataStoreStatus"), nullptr);
 }
 
+TEST(CliSession, TheComputerSystemHasTheLongestNameOfTheMachine) {
+    const velktest::TempFolder folder;
+    const auto file = folder.Path(L"computer.mof");
+    velktest::WriteBytes(file, R"(#pragma namespace("\\\\.\\root")
+instance of __Namespace { Name = "VKQ"; };
+#pragma namespace("\\\\.\\root\\VKQ")
+class Velk_WinComputerSystem { [Key] string CreationClassName; [Key] string Name; };)");
+    const auto paths = [&](const Machine* machine) {
+        std::vector<std::wstring> found;
+        const Repository repository = BuildRepository({file}, machine);
+        for (const auto& one : repository.StaticInstances(L"root\\VKQ", L"Velk_WinComputerSystem"))
+            found.push_back(one->RelativePath().value());
+        return found;
+    };
+    const auto named = [](const std::wstring& name) {
+        return L"Velk_WinComputerSystem.CreationClassName=\"Velk_WinComputerSystem\",Name=\"" + name + L"\"";
+    };
+    Machine machine;
+    machine.names = {L"box.example.com", L"box", L"BOX"};
+    EXPECT_THAT(paths(&machine), ElementsAre(named(L"box.example.com")));
+    machine.names.dnsFullyQualified.reset();
+    EXPECT_THAT(paths(&machine), ElementsAre(named(L"box")));
+    machine.names.dnsHostname.reset();
+    EXPECT_THAT(paths(&machine), ElementsAre(named(L"BOX")));
+    EXPECT_THAT(paths(nullptr), testing::SizeIs(1)) << "this machine has a name, too";
+    machine.objects.push_back({L"root\\VKQ",
+                               L"Velk_WinComputerSystem",
+                               {{"CreationClassName", "Velk_WinComputerSystem"}, {"Name", "other"}}});
+    EXPECT_THAT(paths(&machine), ElementsAre(named(L"other"))) << "the machine file says which";
+}
+
 TEST(CliSession, TheFirmwareTableOfThisMachineIsServedWithoutItsHeader) {
     const velktest::TempFolder folder;
     const auto file = folder.Path(L"cli.mof");
@@ -240,6 +278,11 @@ TEST(CliProgram, TheExitCodeTellsWhetherWmiAnsweredAFailure) {
     EXPECT_EQ(RunProgram({"--mof", mof, "references", "Velk_PCICard.Tag=\"PCI Card 1\""}, console), 0);
     EXPECT_EQ(RunProgram({"--mof", mof, "associators", "Velk_PCICard.Tag=\"PCI Card 1\""}, console), 0);
     EXPECT_EQ(RunProgram({"--mof", mof, "get", "Velk_PCICard.Tag=\"PCI Card 9\""}, console), 1);
+    EXPECT_EQ(RunProgram(
+                  {"--mof", mof, "get", "Velk_PCICard.Tag=\"PCI Card 9\"", "Velk_PCICard.Tag=\"PCI Card 1\""},
+                  console),
+              1)
+        << "one of several was not found";
     EXPECT_EQ(RunProgram({"--mof", mof, "list", "Velk_Nothing"}, console), 1);
     EXPECT_EQ(RunProgram({"--mof", mof, "list", "Velk_PCISlot", "--columns", "Nothing"}, console), 2);
     EXPECT_EQ(RunProgram({"--mof", mof, "--namespace", "root\\none", "classes"}, console), 2);
