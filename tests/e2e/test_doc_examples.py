@@ -1,0 +1,69 @@
+"""The examples on the class pages are what the shipped DLL publishes of the sample server: the path on a page leads to
+the instance that the page shows."""
+
+import re
+import sys
+import unittest
+
+import wine_prefix
+from wine_prefix import ROOT
+
+sys.path.insert(0, str(ROOT / "tests" / "tools"))
+from test_class_pages import PAGES, Page  # noqa: E402
+
+BUILD = wine_prefix.build_folder()
+
+
+def without_blanks(lines) -> list:
+    return [re.sub(r"\s+", "", line) for line in lines]
+
+
+def blocks_of(text: str) -> list:
+    """The blocks of properties below their headings."""
+    return [without_blanks(block.splitlines()[1:]) for block in text.strip().split("\n\n")]
+
+
+class DocExamples(unittest.TestCase):
+    maxDiff = None
+
+    @classmethod
+    def setUpClass(cls):
+        prefix = wine_prefix.Prefix(BUILD, "e2e-doc-examples")
+        cls.addClassCleanup(prefix.remove)
+        prefix.register()
+        cls.pages = {path.stem: Page(path) for path in sorted(PAGES.glob("*.md"))}
+        cls.paths = [page.block("Keys and path")[0] for page in cls.pages.values()]
+        # The pages' order asks for a bridge before the slot, which therefore counts as powered, as in a dump.
+        cls.got = prefix.velkhost("get", *cls.paths)
+        cls.got_json = prefix.velkhost("get", *cls.paths, "--json")
+        cls.dump = prefix.velkhost("dump")
+        cls.listed = {name: prefix.velkhost("list", name) for name in cls.pages if name != "Velk_PCISlot"}
+
+    def examples(self):
+        return [without_blanks(page.block("Example")) for page in self.pages.values()]
+
+    def test_paths_lead_to_their_examples(self):
+        self.assertEqual((self.got.code, self.got.errors), (0, ""))
+        found_blocks = blocks_of(self.got.output)
+        self.assertEqual((len(self.pages), len(found_blocks)), (10, 10))
+        for name, found, example in zip(self.pages, found_blocks, self.examples()):
+            with self.subTest(page=name):
+                self.assertEqual(found, example)
+
+    def test_paths_are_those_of_the_instances(self):
+        self.assertEqual(self.got_json.code, 0)
+        for name, found, path in zip(self.pages, self.got_json.json(), self.paths):
+            with self.subTest(page=name):
+                self.assertEqual(found["__PATH"], f"\\\\RACK17\\root\\VKQ:{path}")
+
+    def test_examples_are_printed_by_the_command_that_the_page_names(self):
+        for (name, page), example in zip(self.pages.items(), self.examples()):
+            with self.subTest(page=name):
+                command = re.search(r"as `\./run (\w+(?: \w+)?)` prints it", " ".join(page.sections["Example"].split()))[1]
+                answer = self.dump if command == "dump" else self.listed[command.removeprefix("list ")]
+                self.assertEqual(answer.code, 0)
+                self.assertIn(example, blocks_of(answer.output))
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,109 @@
+"""What the end-to-end tests share: a fresh Wine prefix of their own, and the programs of a build in it.
+
+The build folder is the last argument of each test file.
+"""
+
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+MACHINES = sorted((ROOT / "machines").glob("*.json"))
+SERVER = ROOT / "machines" / "two-socket-rack-server.json"
+COMMON_LOG_KEY = r"HKLM\Software\Velkor\WBEM"
+
+# The classes that the DLL serves.
+THINGS = ["Velk_PCIBridge", "Velk_PCICard", "Velk_PCIDevice", "Velk_PCISlot", "Velk_PCISlotLocation"]
+ASSOCIATIONS = ["Velk_PCICardInSlot", "Velk_PCISlotElementLocation", "Velk_RealizesPCIDevice",
+                "Velk_SystemPCIDevice", "Velk_SystemPCISlot"]
+CLASSES = sorted(THINGS + ASSOCIATIONS)
+
+# Windows takes a command line of 32,767 characters; quotes in an argument take more than one each.
+COMMAND_LINE = 16000
+
+
+class Answer:
+    """What a program printed and its exit code."""
+
+    def __init__(self, done: subprocess.CompletedProcess):
+        self.code = done.returncode
+        self.output = done.stdout.decode("utf-8", errors="replace").replace("\r\n", "\n")
+        self.errors = done.stderr.decode("utf-8", errors="replace").replace("\r\n", "\n")
+
+    def __repr__(self):
+        return f"exit code {self.code}\n{self.output}\n{self.errors}"
+
+    def json(self):
+        return json.loads(self.output)
+
+
+class Prefix:
+    def __init__(self, build: pathlib.Path, name: str):
+        self.build = build.resolve()
+        self.folder = self.build / name
+        self.drive = self.folder / "wineprefix" / "drive_c"
+        self.logs = self.drive / "windows" / "system32" / "wbem" / "logs"
+        self.log = self.logs / "VelkWBEMServer.log"
+        # What an interrupted run left behind.
+        shutil.rmtree(self.folder, ignore_errors=True)
+        self.folder.mkdir()
+        self.wine("cmd", "/c", "exit")
+
+    def remove(self):
+        """Ends the prefix's own server, and with it all that runs there."""
+        found = (shutil.which(each) for each in ("wineserver64", "/usr/lib/wine/wineserver64", "wineserver"))
+        server = next(filter(None, found))
+        subprocess.run([server, "-k"], env={**os.environ, "WINEPREFIX": str(self.folder / "wineprefix")}, timeout=60)
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def start(self, *arguments) -> Answer:
+        command = [ROOT / "tools" / "wine-run", self.folder, *map(str, arguments)]
+        return Answer(subprocess.run(command, capture_output=True, timeout=600))
+
+    def wine(self, *arguments) -> Answer:
+        """A program that must succeed."""
+        answer = self.start(*arguments)
+        if answer.code != 0:
+            raise AssertionError(f"{arguments}: {answer}")
+        return answer
+
+    def register(self):
+        self.wine("regsvr32", "/s", self.build / "VelkWmiPci.dll")
+
+    def unregister(self):
+        self.wine("regsvr32", "/s", "/u", self.build / "VelkWmiPci.dll")
+
+    def velkhost(self, *arguments, machine=SERVER) -> Answer:
+        return self.start(self.build / "velkhost.exe", "--machine", machine, *arguments)
+
+    def get_all(self, paths: list, machine=SERVER) -> dict:
+        """The object of each path, None for what is not found; in as few processes as command lines allow."""
+        objects = {}
+        pending = list(dict.fromkeys(paths))
+        while pending:
+            chunk, length = [], 0
+            while pending and length < COMMAND_LINE:
+                length += len(pending[0]) + 2 * pending[0].count('"') + pending[0].count("\\")
+                chunk.append(pending.pop(0))
+            answer = self.velkhost("get", *chunk, "--json", machine=machine)
+            if len(chunk) > 1:
+                objects.update(zip(chunk, answer.json()))
+            else:
+                objects[chunk[0]] = answer.json() if answer.output else None
+        return objects
+
+
+def build_folder() -> pathlib.Path:
+    return pathlib.Path(sys.argv.pop())
+
+
+def is_release(build: pathlib.Path) -> bool:
+    return "\nCMAKE_BUILD_TYPE:STRING=Release\n" in (build / "CMakeCache.txt").read_text(encoding="utf-8")
+
+
+def references_of(instance: dict) -> dict:
+    """The reference properties of an instance with the paths that they hold."""
+    return {name: instance["properties"][name] for name, kind in instance["types"].items() if kind == "ref"}
