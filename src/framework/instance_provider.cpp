@@ -130,11 +130,12 @@ HRESULT CInstanceProviderBase::Enumerate(IWbemObjectSink* sink) noexcept {
 
 HRESULT CInstanceProviderBase::RefreshCache(Instances& instances) noexcept {
     const HRESULT result = GuardEntryPoint([&]() -> HRESULT {
-        if (list_.RebuildIfChanged(cacheGeneration_)) {
-            const HRESULT rebuilt = RebuildCache();
-            if (FAILED(rebuilt)) return rebuilt;
-        }
+        const bool changed = list_.RebuildIfChanged(cacheGeneration_);
+        if (changed) cache_.clear();
+        // A list whose source failed still has its old records; they are not published.
         if (cacheGeneration_ == 0) return kWbemFailed;
+        const HRESULT filled = changed ? FillCache() : kWbemNoError;
+        if (FAILED(filled)) return filled;
         for (const ComPtr<IWbemClassObject>& instance : cache_) instances.push_back(instance.Get());
         return kWbemNoError;
     });
@@ -142,8 +143,7 @@ HRESULT CInstanceProviderBase::RefreshCache(Instances& instances) noexcept {
     return result;
 }
 
-HRESULT CInstanceProviderBase::RebuildCache() {
-    cache_.clear();
+HRESULT CInstanceProviderBase::FillCache() {
     for (std::size_t index = 0; index < list_.Count(); ++index) {
         ComPtr<IWbemClassObject> instance;
         const HRESULT result = MakeInstance(index, instance);

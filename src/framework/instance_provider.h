@@ -108,7 +108,7 @@ class CInstanceProviderBase : public CComObjectRootEx<CComMultiThreadModel>, pub
 
     Session CurrentSession() noexcept;
     HRESULT Enumerate(IWbemObjectSink* sink) noexcept;
-    HRESULT RebuildCache();
+    HRESULT FillCache();
     HRESULT MakeInstance(std::size_t index, ComPtr<IWbemClassObject>& instance);
     HRESULT ReadKeys(const Session& session, const Bstr& objectPath, RequestedKeys& keys) const;
     HRESULT FindInstance(const RequestedKeys& keys, ComPtr<IWbemClassObject>& instance);

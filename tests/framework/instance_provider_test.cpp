@@ -31,11 +31,22 @@ struct Source {
     std::vector<CString> names;
     bool succeeds = true;
     bool throws = false;
+    bool originSucceeds = true;
     int rebuilds = 0;
 };
 Source g_source;
 
+/// A list that things are made from; it has no records of its own.
+class OriginList : public CInstanceList<int> {
+    bool RebuildList() override { return g_source.originSucceeds; }
+};
+OriginList* g_origin = nullptr;
+
 class ThingList : public CInstanceList<Thing> {
+  public:
+    ThingList() : CInstanceList({g_origin}) {}
+
+  private:
     bool RebuildList() override {
         ++g_source.rebuilds;
         Clear();
@@ -72,6 +83,7 @@ class InstanceProvider : public velktest::ProviderBench {
   protected:
     InstanceProvider() {
         g_source = {};
+        g_origin = &origin_;
         g_computerNameError = ERROR_SUCCESS;
     }
 
@@ -83,6 +95,7 @@ class InstanceProvider : public velktest::ProviderBench {
     }
     std::vector<RecordingSink::Status> Statuses() { return sink->statuses; }
 
+    OriginList origin_;
     StandIn<decltype(&NameTheComputer)> computerName_{"GetComputerNameExW", &NameTheComputer};
 };
 
@@ -208,6 +221,16 @@ TEST_F(InstanceProvider, AFailedRebuildIsReportedThroughTheSinkEachTime) {
     EXPECT_EQ(log.Lines().back(), L"[Error] CThingProv::CreateInstanceEnumAsync| Cannot return instances");
     g_source.succeeds = true;
     EXPECT_EQ(Enumerate(*provider.Get()), S_OK);
+}
+
+TEST_F(InstanceProvider, OldRecordsOfAListWhoseSourceFailedAreNotPublished) {
+    g_source.names = {L"a"};
+    const ComPtr<ThingProv> provider = Provider();
+    Enumerate(*provider.Get());
+    g_source.originSucceeds = false;
+    EXPECT_EQ(Enumerate(*provider.Get()), kWbemFailed);
+    EXPECT_EQ(classObject->spawned.size(), 1u) << "nothing is made of them";
+    EXPECT_TRUE(sink->indications.empty());
 }
 
 TEST_F(InstanceProvider, ASpawnThatFailsEndsTheEnumerationWithItsStatus) {
@@ -423,7 +446,8 @@ TEST_F(InstanceProvider, ACacheThatIsShorterThanTheListIsNotReadBeyondItsEnd) {
     Enumerate(*provider.Get());
     g_source.succeeds = false;
     Get(*provider.Get(), kPathOfB);
-    g_source = {.names = {L"a", L"b"}};
+    g_source.succeeds = true;
+    g_source.names = {L"a", L"b"};
     EXPECT_EQ(Get(*provider.Get(), kPathOfB), S_OK);
     EXPECT_THAT(DeliveredNames(), ElementsAre(L"b"));
 }
