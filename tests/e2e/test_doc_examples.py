@@ -59,7 +59,8 @@ class DocExamples(unittest.TestCase):
     def test_examples_are_printed_by_the_command_that_the_page_names(self):
         for (name, page), example in zip(self.pages.items(), self.examples()):
             with self.subTest(page=name):
-                command = re.search(r"as `\./run (\w+(?: \w+)?)` prints it", " ".join(page.sections["Example"].split()))[1]
+                words = " ".join(page.sections["Example"].split())
+                command = re.search(r"as `\./run (\w+(?: \w+)?)` prints it", words)[1]
                 answer = self.dump if command == "dump" else self.listed[command.removeprefix("list ")]
                 self.assertEqual(answer.code, 0)
                 self.assertIn(example, blocks_of(answer.output))

@@ -28,12 +28,15 @@ LOADED = "[Information] VelkWmiPci.DLL!CVelkWmiPciModule::CVelkWmiPciModule| DLL
 UNLOADED = "[Information] VelkWmiPci.DLL!CVelkWmiPciModule::~CVelkWmiPciModule| DLL is unloaded."
 
 prefix = None
+# What was registered before the DLL ever was.
+fresh_registry = None
 
 
 def setUpModule():
-    global prefix
+    global prefix, fresh_registry
     prefix = wine_prefix.Prefix(BUILD, "e2e-prefix")
     unittest.addModuleCleanup(prefix.remove)
+    fresh_registry = class_registry()
 
 
 def class_registry() -> dict:
@@ -55,20 +58,19 @@ class Registration(unittest.TestCase):
     maxDiff = None
 
     def test_unregistration_removes_what_registration_wrote(self):
-        before = class_registry()
         prefix.register()
         registered = class_registry()
-        added = "\n".join(set(registered) - set(before))
+        added = "\n".join(set(registered) - set(fresh_registry))
         for clsid in re.findall(r'CLSID = "(\{[^}]+\})"', (wine_prefix.ROOT / "mof/VelkWmiPci.mof").read_text("utf-8")):
             self.assertIn(f"\\CLSID\\{clsid}\\InprocServer32", added)
         prefix.unregister()
-        self.assertEqual(class_registry(), before)
+        self.assertEqual(class_registry(), fresh_registry)
         # Twice changes nothing either.
         prefix.register()
         prefix.register()
         self.assertEqual(class_registry(), registered)
         prefix.unregister()
-        self.assertEqual(class_registry(), before)
+        self.assertEqual(class_registry(), fresh_registry)
 
     def test_without_registration_the_user_is_told_what_to_do(self):
         answer = prefix.velkhost("list", "Velk_PCIDevice")

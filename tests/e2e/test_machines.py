@@ -100,8 +100,8 @@ class MachineCase:
     def test_slots_are_those_that_dmidecode_sees(self):
         slots = prefix.folder / "slots.json"
         slots.write_text(json.dumps(self.instances["Velk_PCISlot"]), encoding="utf-8")
-        done = subprocess.run([sys.executable, "-B", ROOT / "tests" / "tools" / "compare_dmidecode.py", self.file, slots],
-                              capture_output=True, text=True)
+        tool = ROOT / "tests" / "tools" / "compare_dmidecode.py"
+        done = subprocess.run([sys.executable, "-B", tool, self.file, slots], capture_output=True, text=True)
         if done.returncode == compare_dmidecode.SKIPPED:
             self.skipTest("dmidecode is not installed: apt-get install dmidecode")
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
@@ -130,8 +130,8 @@ class MachineCase:
                 self.assertEqual(found["__PATH"], path)
                 continue
             number = re.search(r'Velk_PCI(?:Slot|Card)\.CreationClassName="\w+",Tag="PCI (?:Slot|Card) (-?\d+)"$', path)
-            self.assertIsNotNone(number, f"nothing there: {path}")
-            self.assertTrue(int(number[1]) < 0 or int(number[1]) & 0xFFFF not in self.slot_ids, f"nothing there: {path}")
+            self.assertIsNotNone(number, path)
+            self.assertTrue(int(number[1]) < 0 or int(number[1]) & 0xFFFF not in self.slot_ids, path)
 
     def test_references_lead_to_what_they_name(self):
         self.check_references(each for each in ASSOCIATIONS if each in self.instances)
