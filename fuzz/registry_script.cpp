@@ -11,11 +11,7 @@ std::wstring Quoted(std::wstring_view text) { return L"'" + velk::EscapeQuotes(t
 
 void WriteData(std::wstring& out, const velk::RegistryData& data) {
     out += L" = ";
-    if (const auto* text = std::get_if<std::wstring>(&data)) {
-        out += L"s " + Quoted(*text);
-    } else {
-        out += L"d '" + std::to_wstring(std::get<std::uint32_t>(data)) + L"'";
-    }
+    out += data.number ? L"d '" + std::to_wstring(*data.number) + L"'" : L"s " + Quoted(data.text);
 }
 
 void WriteItems(std::wstring& out, const std::vector<velk::RegistryValue>& values,

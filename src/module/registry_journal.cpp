@@ -68,13 +68,12 @@ void WriteTree(HKEY parent, const wchar_t* path, const RegistrySnapshot& tree) n
 }
 
 LSTATUS WriteData(HKEY key, const wchar_t* name, const RegistryData& data) {
-    if (const auto* const number = std::get_if<std::uint32_t>(&data)) {
-        return ::RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(number),
-                                sizeof *number);
+    if (data.number) {
+        return ::RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&*data.number),
+                                sizeof *data.number);
     }
-    const std::wstring& text = std::get<std::wstring>(data);
-    return ::RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                            static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+    return ::RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(data.text.c_str()),
+                            static_cast<DWORD>((data.text.size() + 1) * sizeof(wchar_t)));
 }
 
 }  // namespace

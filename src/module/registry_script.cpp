@@ -208,11 +208,11 @@ class Parser {
         if (!Advance()) return false;
         if (token_.kind != Token::Kind::kQuoted) return Fail("a quoted text is expected");
         if (isText) {
-            data = token_.text;
+            data.text = token_.text;
         } else {
             const std::optional<std::uint32_t> number = ParseNumber(token_.text);
             if (!number) return Fail("not a number of 32 bits");
-            data = *number;
+            data.number = number;
         }
         return Advance();
     }

@@ -6,7 +6,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace velk {
@@ -27,8 +26,12 @@ namespace velk {
 // words end at white space alone, so that {0001...} is a name. Words of the language are known in any case; a
 // quoted word is always a name. A lone semicolon may stand between items.
 
-/// A value's text (REG_SZ) or number (REG_DWORD).
-using RegistryData = std::variant<std::wstring, std::uint32_t>;
+/// A value's number (REG_DWORD) or, without one, its text (REG_SZ). No std::variant: GCC's destroys a text
+/// that is not there when memory runs out while one is copied.
+struct RegistryData {
+    std::wstring text;
+    std::optional<std::uint32_t> number;
+};
 
 struct RegistryValue {
     std::wstring name;

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "registry_tree.h"
+#include "support/registry_tree.h"
 #include "support/stand_ins.h"
 
 namespace {

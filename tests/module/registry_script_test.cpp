@@ -2,6 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+#include <new>
+
+#include "support/stand_ins.h"
+
 namespace {
 
 using testing::ElementsAre;
@@ -24,8 +29,8 @@ RegistryScriptError ErrorOf(std::wstring_view text) {
     return error.value_or(RegistryScriptError{});
 }
 
-std::wstring Text(const RegistryData& data) { return std::get<std::wstring>(data); }
-std::uint32_t Number(const RegistryData& data) { return std::get<std::uint32_t>(data); }
+std::wstring Text(const RegistryData& data) { return data.number ? L"(a number)" : data.text; }
+std::uint32_t Number(const RegistryData& data) { return data.number.value_or(77); }
 
 TEST(RegistryScriptTest, AppIdScriptBecomesATree) {
     const RegistryScript script = Parse(
@@ -46,6 +51,33 @@ TEST(RegistryScriptTest, AppIdScriptBecomesATree) {
     ASSERT_EQ(appId.children[1].values.size(), 1U);
     EXPECT_EQ(appId.children[1].values[0].name, L"AppID");
     EXPECT_EQ(Text(appId.children[1].values[0].data), L"{1-2}");
+}
+
+int g_allocationsLeft = 0;
+decltype(&::malloc) g_malloc = nullptr;
+
+void* AllocateWhileAllowed(std::size_t size) {
+    // One failure, so that the exception itself can be made.
+    return g_allocationsLeft-- == 0 ? nullptr : g_malloc(size);
+}
+
+TEST(RegistryScriptTest, CopyThatRunsOutOfMemoryThrowsAndLeavesNothing) {
+    const RegistryScript script = Parse(
+        L"HKCR { 'A key with quite a long name' = s 'A text that needs memory of its own' "
+        L"{ val Name = s 'Another text that needs memory of its own' } }");
+    const velktest::StandIn allocate("malloc", &AllocateWhileAllowed);
+    g_malloc = allocate.Original<decltype(&::malloc)>();
+    int failures = 0;
+    for (bool copied = false; !copied; ++failures) {
+        g_allocationsLeft = failures;
+        try {
+            const RegistryScript copy = script;
+            copied = true;
+        } catch (const std::bad_alloc&) {
+        }
+    }
+    // At least the block, the keys, the values and the texts.
+    EXPECT_GT(failures, 6);
 }
 
 TEST(RegistryScriptTest, RootKeysHaveShortAndLongNames) {

@@ -5,7 +5,7 @@
 #include "common/bstr.h"
 #include "common/com_ptr.h"
 #include "module/identifiers.h"
-#include "registry_tree.h"
+#include "support/registry_tree.h"
 #include "support/stand_ins.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "registry_tree.h"
+#include "support/registry_tree.h"
 
 #include <cstring>
 #include <vector>
