@@ -8,11 +8,11 @@ namespace velk {
 
 namespace {
 
-// What the first call settles. Two first calls at once settle the same, so no lock is needed; `g_settled` is
-// stored last.
+// What the first call settles. Two first calls at once settle the same, so no lock is needed;
+// `g_localeSettled` is stored after the locale.
 constinit std::atomic<HMODULE> g_module{nullptr};
 constinit std::atomic<LCID> g_locale{0};
-constinit std::atomic<bool> g_settled{false};
+constinit std::atomic<bool> g_localeSettled{false};
 
 constexpr WORD kUsEnglish = 1033;
 constexpr UINT kTextsPerBlock = 16;
@@ -48,12 +48,16 @@ std::optional<std::wstring_view> FindText(HMODULE module, WORD language, UINT id
 }  // namespace
 
 CString LoadResourceString(const wchar_t* moduleFile, UINT id) {
-    if (!g_settled.load(std::memory_order_acquire)) {
-        g_module.store(::GetModuleHandleW(moduleFile), std::memory_order_relaxed);
-        g_locale.store(::GetThreadLocale(), std::memory_order_relaxed);
-        g_settled.store(true, std::memory_order_release);
+    HMODULE module = g_module.load(std::memory_order_relaxed);
+    if (module == nullptr) {
+        // One that could not be had is not kept: that would take the texts away for the life of the process.
+        module = ::GetModuleHandleW(moduleFile);
+        g_module.store(module, std::memory_order_relaxed);
     }
-    const HMODULE module = g_module.load(std::memory_order_relaxed);
+    if (!g_localeSettled.load(std::memory_order_acquire)) {
+        g_locale.store(::GetThreadLocale(), std::memory_order_relaxed);
+        g_localeSettled.store(true, std::memory_order_release);
+    }
     const LCID locale = g_locale.load(std::memory_order_relaxed);
 
     std::optional<std::wstring_view> text = FindText(module, LANGIDFROMLCID(locale), id);

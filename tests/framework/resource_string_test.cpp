@@ -59,8 +59,9 @@ HRSRC WINAPI RecordLanguage(HMODULE, const wchar_t*, const wchar_t*, WORD langua
 }
 HMODULE WINAPI RecordModule(const wchar_t* name) {
     g_modules.emplace_back(name);
-    return nullptr;
+    return reinterpret_cast<HMODULE>(0x10000);  // for RecordLanguage, which does not look at it
 }
+HMODULE WINAPI RefuseModule(const wchar_t*) { return nullptr; }
 LCID WINAPI GermanLocale() { return 0x10407; }
 LCID WINAPI FrenchLocale() { return 0x40C; }
 
@@ -83,6 +84,24 @@ TEST(ResourceStringTest, DISABLED_FirstCallSettlesModuleAndLanguage) {
 TEST(ResourceStringTest, FirstCallSettlesModuleAndLanguage) {
     EXPECT_EQ(velktest::ChildProcess(L"ResourceStringTest.DISABLED_FirstCallSettlesModuleAndLanguage").Wait(),
               0U);
+}
+
+TEST(ResourceStringTest, DISABLED_ModuleThatCouldNotBeHadIsAskedForAgain) {
+    const StandIn find("FindResourceExW", &RecordLanguage);
+    {
+        const StandIn handle("GetModuleHandleW", &RefuseModule);
+        EXPECT_EQ(LoadResourceString(kModule, 112), kNotFound);
+    }
+    const StandIn handle("GetModuleHandleW", &RecordModule);
+    LoadResourceString(kModule, 112);
+    LoadResourceString(kModule, 112);
+    EXPECT_THAT(g_modules, ElementsAre(CString(kModule)));
+}
+
+TEST(ResourceStringTest, ModuleThatCouldNotBeHadIsAskedForAgain) {
+    EXPECT_EQ(
+        velktest::ChildProcess(L"ResourceStringTest.DISABLED_ModuleThatCouldNotBeHadIsAskedForAgain").Wait(),
+        0U);
 }
 
 // Blocks that were cut off.
