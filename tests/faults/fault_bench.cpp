@@ -1,0 +1,187 @@
+#include "fault_bench.h"
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+
+#include "host/path/path_parser.h"
+#include "ledger.h"
+#include "support/smbios_builder.h"
+
+namespace velktest {
+
+namespace {
+
+velkhost::PnpDevice MakeDevice(const wchar_t* hardwareId, const wchar_t* classId, const wchar_t* location,
+                               DWORD uiNumber) {
+    velkhost::PnpDevice device;
+    device.instanceId = std::wstring(hardwareId) + L"\\1";
+    device.SetText(SPDRP_DEVICEDESC, L"A function");
+    device.SetTexts(SPDRP_HARDWAREID, {hardwareId});
+    device.SetTexts(SPDRP_COMPATIBLEIDS, {classId});
+    device.SetText(SPDRP_LOCATION_INFORMATION, location);
+    device.SetTexts(SPDRP_LOCATION_PATHS, {L"PCIROOT(0)#PCI(0100)"});
+    device.SetNumber(SPDRP_BUSNUMBER, 1);
+    if (uiNumber != 0) device.SetNumber(SPDRP_UI_NUMBER, uiNumber);
+    return device;
+}
+
+velkhost::Machine SmallMachine() {
+    velkhost::Machine machine;
+    machine.names = {L"server.example.com", L"server", L"SERVER"};
+    machine.devices = {
+        MakeDevice(L"PCI\\VEN_8086&DEV_3590&SUBSYS_35908086&REV_0A", L"PCI\\CC_060400",
+                   L"PCI bus 0, device 1, function 0", 1),
+        MakeDevice(L"PCI\\VEN_8086&DEV_1521&SUBSYS_00018086&REV_01", L"PCI\\CC_020000",
+                   L"PCI bus 1, device 0, function 0", 1),
+        MakeDevice(L"PCI\\VEN_8086&DEV_1521&SUBSYS_00018086&REV_01", L"PCI\\CC_020000",
+                   L"PCI bus 1, device 0, function 1", 1),
+        MakeDevice(L"PCI\\VEN_8086&DEV_3591&SUBSYS_35908086&REV_0A", L"PCI\\CC_060400",
+                   L"PCI bus 0, device 2, function 0", 0),
+        // In another language: its place is told by the location path.
+        MakeDevice(L"PCI\\VEN_1000&DEV_005D&SUBSYS_93611000&REV_02", L"PCI\\CC_010400",
+                   L"PCI-Bus 1, Gerät 1, Funktion 0", 2),
+    };
+    return machine;
+}
+
+Bytes SlotTable() { return TableOfSlots({{.id = 1, .hotPlug = true}, {.id = 2, .type = 0x06}, {.id = 4}}); }
+
+void ServeSuite(FakeWmi& wmi) {
+    const auto system = FakeClassObject::Make();
+    system->SetText(L"__SERVER", L"SERVER");
+    system->SetText(L"__PATH", L"\\\\SERVER\\root\\VKQ:Velk_WinComputerSystem");
+    const auto chassis = FakeClassObject::Make();
+    chassis->SetText(L"__PATH", L"\\\\SERVER\\root\\VKQ:Velk_ComputerSystemChassis.Tag=\"1\"");
+    wmi.Namespace(L"root\\VKQ").Answer(kComputerSystemQuery, {.objects = {system}});
+    wmi.Namespace(L"root\\VKQ").Answer(L"SELECT * FROM VELK_COMPUTERSYSTEMCHASSIS", {.objects = {chassis}});
+    ServeSmbios(wmi, SlotTable());
+}
+
+// The health driver: a handle of some file and memory that has an entry point at its beginning and the table
+// elsewhere.
+
+constexpr DWORD kTableAddress = 0x00100000;
+bool driverPresent = false;
+decltype(&::CreateFileW) createFileBelow = nullptr;
+
+HANDLE WINAPI OpenFileOrDriver(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                               DWORD creation, DWORD flags, HANDLE pattern) {
+    const bool isDriver = driverPresent && std::wcscmp(name, L"\\\\.\\VkxHlth") == 0;
+    return createFileBelow(isDriver ? L"NUL" : name, access, share, security, creation, flags, pattern);
+}
+
+BOOL WINAPI ReadDriver(HANDLE, DWORD, void* input, DWORD, void* output, DWORD size, DWORD* returned,
+                       OVERLAPPED*) {
+    DWORD address = 0;
+    std::memcpy(&address, input, sizeof address);
+    const Bytes table = SlotTable();
+    Bytes memory = table;
+    if (address != kTableAddress) {
+        memory.assign(0x10000, 0);
+        // Of length 0: no checksum is asked for. Version 2.6.
+        const Bytes entryPoint = {'_', 'S', 'M', '_', 0, 0, 2, 6};
+        std::ranges::copy(entryPoint, memory.begin() + 0x40);
+        const auto length = static_cast<std::uint16_t>(table.size());
+        std::memcpy(memory.data() + 0x40 + 0x16, &length, sizeof length);
+        std::memcpy(memory.data() + 0x40 + 0x18, &kTableAddress, sizeof kTableAddress);
+    }
+    *returned = std::min(size, static_cast<DWORD>(memory.size()));
+    std::copy_n(memory.begin(), *returned, static_cast<std::uint8_t*>(output));
+    return TRUE;
+}
+
+HRESULT WINAPI CreateInstanceHere(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, void** object) {
+    return ::CoCreateInstance(clsid, outer, context, iid, object);
+}
+
+/// Small enough to be moved aside in every run, and large enough not to be moved at every line.
+constexpr DWORD kLogMaxSize = 1000;
+constexpr wchar_t kLogName[] = L"VelkWBEMServer";
+
+}  // namespace
+
+FaultBench::FaultBench() : pathParser_(velkhost::RegisterPathParser()) {
+    registry_.SetText(kCommonLogKey, L"LogFolder", folder_.Path());
+    registry_.SetDword(kCommonLogKey, L"LogLevel", 1);
+    registry_.SetDword(kCommonLogKey, L"LogMaxSize", kLogMaxSize);
+    registry_.SetText(kLegacyLogKey, L"LOGFILENAME", folder_.Path(L"legacy.log"));
+    ServeSuite(wmi_);
+    wmiFaults_.emplace();
+    Load();
+}
+
+FaultBench::~FaultBench() {
+    driverPresent = false;
+    Unload();
+}
+
+void FaultBench::Load() {
+    dll_ = velk::UniqueLibrary(::LoadLibraryW(L"VelkWmiPci.dll"));
+    if (!dll_) throw std::runtime_error("the DLL cannot be loaded");
+    Detach();
+    replay_ = std::make_unique<velkhost::MachineReplay>(dll_.Get(), SmallMachine());
+    below_.emplace_back(dll_.Get(), "CreateFileW", reinterpret_cast<void*>(&OpenFileOrDriver));
+    createFileBelow = below_.back().Original<decltype(&::CreateFileW)>();
+    below_.emplace_back(dll_.Get(), "DeviceIoControl", reinterpret_cast<void*>(&ReadDriver));
+    // In a test program the fake WMI stands behind the program's own import.
+    below_.emplace_back(dll_.Get(), "CoCreateInstance", reinterpret_cast<void*>(&CreateInstanceHere));
+    faults_ = std::make_unique<ImportFaults>(dll_.Get());
+    faults_->FindOperatorNew([this] {
+        Attach();
+        Detach();
+    });
+}
+
+void FaultBench::Unload() {
+    faults_.reset();
+    below_.clear();
+    replay_.reset();
+    dll_.Reset();
+}
+
+void FaultBench::SetSmbiosSource(SmbiosSource source) { driverPresent = source == SmbiosSource::kDriver; }
+
+bool FaultBench::Attach() {
+    return Export<BOOL(WINAPI*)(HMODULE, DWORD, void*)>("DllMain")(dll_.Get(), DLL_PROCESS_ATTACH, nullptr) !=
+           FALSE;
+}
+
+void FaultBench::Detach() {
+    Export<BOOL(WINAPI*)(HMODULE, DWORD, void*)>("DllMain")(dll_.Get(), DLL_PROCESS_DETACH, nullptr);
+}
+
+void FaultBench::Reload() {
+    Unload();
+    if (::GetModuleHandleW(L"VelkWmiPci.dll") != nullptr) throw std::runtime_error("the DLL stays loaded");
+    Load();
+}
+
+HRESULT FaultBench::CreateProvider(REFCLSID clsid, velk::ComPtr<IWbemProviderInit>& provider) const {
+    velk::ComPtr<IClassFactory> factory;
+    const HRESULT result = Export<HRESULT(WINAPI*)(REFCLSID, REFIID, void**)>("DllGetClassObject")(
+        clsid, IID_IClassFactory, factory.PutVoid());
+    if (FAILED(result)) return result;
+    return factory->CreateInstance(nullptr, IID_IWbemProviderInit, provider.PutVoid());
+}
+
+void FaultBench::DeleteLogs() const {
+    for (const wchar_t* extension : {L".log", L".lo_"})
+        ::DeleteFileW(folder_.Path(std::wstring(kLogName) + extension).c_str());
+    ::DeleteFileW(folder_.Path(L"legacy.log").c_str());
+}
+
+void FaultBench::Tidy() {
+    classObject_->spawned.clear();
+    services_->gotPaths.clear();
+    wmi_.contexts.clear();
+    wmi_.connections.clear();
+    for (const wchar_t* name : {L"root\\VKQ", L"root\\wmi"}) {
+        wmi_.Namespace(name).queries.clear();
+        wmi_.Namespace(name).nextCalls.clear();
+    }
+}
+
+void FaultBench::DefineClass(const velk::CString& wmiClass) { services_->AddObject(wmiClass, classObject_); }
+
+}  // namespace velktest

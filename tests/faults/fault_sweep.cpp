@@ -1,0 +1,77 @@
+#include "fault_sweep.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+namespace velktest {
+
+namespace {
+
+/// More are the same one again.
+constexpr int kMostComplaints = 8;
+
+struct Totals {
+    std::size_t runs = 0;
+    std::size_t faults = 0;
+};
+Totals totals;
+
+/// Prints the totals when all tests are over.
+class PrintTotals : public testing::Environment {
+    void TearDown() override {
+        std::printf("In total: %zu runs, %zu calls failed\n", totals.runs, totals.faults);
+    }
+};
+[[maybe_unused]] testing::Environment* const printTotals = testing::AddGlobalTestEnvironment(new PrintTotals);
+
+const char* NameOf(FaultMode mode) { return mode == FaultMode::kSingle ? "alone" : "and all after it"; }
+
+/// What was going on when the process dies, for the log of the tests.
+std::string current;
+
+LONG WINAPI SayWhere(EXCEPTION_POINTERS*) {
+    std::fprintf(stderr, "Crash in %s after %s failed\n", current.c_str(), Faults().FirstFault());
+    std::fflush(stderr);
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+}  // namespace
+
+bool IsLongRun() {
+    const char* const value = std::getenv("VELK_LONG");
+    return value != nullptr && *value != '\0' && std::string(value) != "0";
+}
+
+void FaultSweep::Run(const std::string& name, std::size_t stride, const Scenario& scenario) {
+    ::SetUnhandledExceptionFilter(&SayWhere);
+    const auto start = std::chrono::steady_clock::now();
+    const std::size_t step = IsLongRun() ? 1 : stride;
+    Totals own;
+    std::size_t calls = 0;
+    int complaints = 0;
+    for (const FaultMode mode : {FaultMode::kSingle, FaultMode::kFromThereOn}) {
+        for (std::size_t failing = 1;; failing += step) {
+            current = name + ", call " + std::to_string(failing) + " " + NameOf(mode);
+            const std::string complaint = scenario(failing, mode);
+            ++own.runs;
+            own.faults += Faults().Injected();
+            calls = std::max(calls, Faults().Calls());
+            if (!complaint.empty()) {
+                ADD_FAILURE() << current << " (" << Faults().FirstFault() << "): " << complaint;
+                if (++complaints == kMostComplaints) return;
+            }
+            if (Faults().Injected() == 0) break;
+        }
+    }
+    const auto spent = std::chrono::steady_clock::now() - start;
+    std::printf("%-52s %6zu calls %6zu runs %8zu faults %7.1f s\n", name.c_str(), calls, own.runs, own.faults,
+                std::chrono::duration<double>(spent).count());
+    std::fflush(stdout);
+    totals.runs += own.runs;
+    totals.faults += own.faults;
+}
+
+}  // namespace velktest

@@ -1,0 +1,524 @@
+#include "import_faults.h"
+
+#include "common/platform.h"
+// Needs the types of windows.h.
+#include <sddl.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cwchar>
+#include <map>
+#include <type_traits>
+
+#include "fault_plan.h"
+#include "ledger.h"
+
+namespace velktest {
+
+namespace {
+
+template <std::size_t index, class First, class... Rest>
+auto Pick(First first, Rest... rest) {
+    if constexpr (index == 0) {
+        return first;
+    } else {
+        return Pick<index - 1>(rest...);
+    }
+}
+
+// What a call does to the books. `kGivesBack`: it is booked before the call, which is made in any case.
+
+struct Nothing {
+    static constexpr bool kGivesBack = false;
+    static void Book(auto...) {}
+};
+
+struct GivesBack {
+    static constexpr bool kGivesBack = true;
+    static void Book(auto...) {}
+};
+
+/// Hands something out as its result.
+template <Owned kind>
+struct Returns {
+    static constexpr bool kGivesBack = false;
+    template <class Result>
+    static void Book(Result result, auto...) {
+        if (result != nullptr && result != INVALID_HANDLE_VALUE) Books().Add(kind, result);
+    }
+};
+
+/// Hands something out through one of its arguments.
+template <Owned kind, std::size_t index>
+struct Fills {
+    static constexpr bool kGivesBack = false;
+    static void Book(auto, auto... arguments) {
+        auto* const out = Pick<index>(arguments...);
+        if (out != nullptr && *out != nullptr) Books().Add(kind, *out);
+    }
+};
+
+/// Takes back what one of its arguments names.
+template <Owned kind, std::size_t index = 0>
+struct Takes {
+    static constexpr bool kGivesBack = true;
+    static void Book(auto... arguments) {
+        const auto what = Pick<index>(arguments...);
+        if (what != nullptr && what != INVALID_HANDLE_VALUE) Books().Remove(kind, what);
+    }
+};
+
+struct TakesHandle {
+    static constexpr bool kGivesBack = true;
+    static void Book(HANDLE handle) { Books().RemoveHandle(handle); }
+};
+
+struct TakesVariant {
+    static constexpr bool kGivesBack = true;
+    static void Book(VARIANTARG* value) { Books().RemoveVariant(*value); }
+};
+
+struct TakesArray {
+    static constexpr bool kGivesBack = true;
+    static void Book(SAFEARRAY* array) { Books().RemoveArray(array); }
+};
+
+/// Array elements come as copies.
+struct FillsElement {
+    static constexpr bool kGivesBack = false;
+    static void Book(HRESULT result, SAFEARRAY* array, LONG*, void* element) {
+        VARTYPE type = VT_EMPTY;
+        if (FAILED(result) || FAILED(::SafeArrayGetVartype(array, &type)) || type != VT_BSTR) return;
+        if (BSTR const text = *static_cast<BSTR*>(element)) Books().Add(Owned::kText, text);
+    }
+};
+
+struct JoinsApartment {
+    static constexpr bool kGivesBack = false;
+    static void Book(HRESULT result, void*, DWORD) {
+        if (SUCCEEDED(result)) Books().Add(Owned::kApartment, nullptr);
+    }
+};
+
+struct LeavesApartment {
+    static constexpr bool kGivesBack = true;
+    static void Book() { Books().Remove(Owned::kApartment, nullptr); }
+};
+
+/// Stands in for one function: `failure` is what it answers when it fails, `error` its GetLastError().
+template <CallName name, class Function, std::intptr_t failure, DWORD error, class Booking>
+struct Import;
+
+template <CallName name, class Result, class... Arguments, std::intptr_t failure, DWORD error, class Booking>
+struct Import<name, Result(Arguments...), failure, error, Booking> {
+    static inline Result (*original)(Arguments...) = nullptr;
+
+    static Result Call(Arguments... arguments) {
+        if constexpr (Booking::kGivesBack) {
+            {
+                const velk::LastErrorKeeper keeper;
+                Booking::Book(arguments...);
+            }
+            if constexpr (std::is_void_v<Result>) {
+                original(arguments...);
+            } else {
+                const Result result = original(arguments...);
+                return Faults().Fails(name.text) ? Failure() : result;
+            }
+        } else {
+            if (Faults().Fails(name.text)) return Failure();
+            const Result result = original(arguments...);
+            const velk::LastErrorKeeper keeper;
+            Booking::Book(result, arguments...);
+            return result;
+        }
+    }
+
+    static Result Failure() {
+        if (error != ERROR_SUCCESS) ::SetLastError(error);
+        if constexpr (std::is_pointer_v<Result>) {
+            return reinterpret_cast<Result>(failure);
+        } else {
+            return static_cast<Result>(failure);
+        }
+    }
+};
+
+// The few that need more than that.
+
+#ifdef _MSC_VER
+#define ReturnAddress() _ReturnAddress()
+#else
+#define ReturnAddress() __builtin_return_address(0)
+#endif
+
+std::vector<HANDLE> waitingThreads;
+
+struct CreateThreadImport {
+    static inline decltype(&::CreateThread) original = nullptr;
+
+    static HANDLE WINAPI Call(SECURITY_ATTRIBUTES* security, SIZE_T stack, LPTHREAD_START_ROUTINE start,
+                              void* parameter, DWORD flags, DWORD* id) {
+        if (Faults().Fails("CreateThread")) {
+            ::SetLastError(kInjectedError);
+            return nullptr;
+        }
+        const HANDLE thread = original(security, stack, start, parameter, flags | CREATE_SUSPENDED, id);
+        if (thread == nullptr) return nullptr;
+        HANDLE own = nullptr;
+        const HANDLE process = ::GetCurrentProcess();
+        ::DuplicateHandle(process, thread, process, &own, 0, FALSE, DUPLICATE_SAME_ACCESS);
+        waitingThreads.push_back(own);
+        Books().Add(Owned::kThread, thread);
+        return thread;
+    }
+};
+
+/// Where calls of malloc return to, and how often; while this is null they are not counted.
+std::map<const void*, int>* mallocCallers = nullptr;
+/// The one that is operator new. All others are the compiler's run-time making an exception: memory without
+/// which there is no exception, and the run-time ends the process.
+const void* operatorNew = nullptr;
+
+struct MallocImport {
+    static inline decltype(&::malloc) original = nullptr;
+
+    static void* Call(std::size_t size) {
+        const void* const caller = ReturnAddress();
+        if (mallocCallers != nullptr) ++(*mallocCallers)[caller];
+        if (caller == operatorNew && Faults().Fails("malloc")) return nullptr;
+        void* const block = original(size);
+        if (block != nullptr) Books().Add(Owned::kMemory, block);
+        return block;
+    }
+};
+
+/// Of the run-time alone, as calloc is.
+struct ReallocImport {
+    static inline decltype(&::realloc) original = nullptr;
+
+    static void* Call(void* old, std::size_t size) {
+        if (old != nullptr) Books().Remove(Owned::kMemory, old);
+        void* const block = original(old, size);
+        if (block != nullptr) Books().Add(Owned::kMemory, block);
+        return block;
+    }
+};
+
+struct CallocImport {
+    static inline decltype(&::calloc) original = nullptr;
+
+    static void* Call(std::size_t count, std::size_t size) {
+        void* const block = original(count, size);
+        if (block != nullptr) Books().Add(Owned::kMemory, block);
+        return block;
+    }
+};
+
+/// The one text that the module shows people; thousands of them help nobody.
+struct FputwsImport {
+    static inline decltype(&::fputws) original = nullptr;
+
+    static int Call(const wchar_t*, FILE*) { return Faults().Fails("fputws") ? WEOF : 0; }
+};
+
+/// The thread does not return from the call.
+struct FreeLibraryAndExitThreadImport {
+    static inline decltype(&::FreeLibraryAndExitThread) original = nullptr;
+
+    static void WINAPI Call(HMODULE module, DWORD code) {
+        Books().Remove(Owned::kLibrary, module);
+        original(module, code);
+        std::abort();
+    }
+};
+
+/// Says what was going on before the process dies.
+struct AbortImport {
+    static inline decltype(&::abort) original = nullptr;
+
+    static void Call() {
+        std::fprintf(stderr, "abort() after %s failed (call %zu)\n", Faults().FirstFault(), Faults().Calls());
+        std::fflush(stderr);
+        original();
+    }
+};
+
+struct Row {
+    const char* name;
+    void* standIn;
+    void** original;
+};
+
+template <class StandIn>
+Row Special(const char* name) {
+    return {name, reinterpret_cast<void*>(&StandIn::Call), reinterpret_cast<void**>(&StandIn::original)};
+}
+
+template <CallName name, class Function, std::intptr_t failure = 0, DWORD error = kInjectedError,
+          class Booking = Nothing>
+Row Fails() {
+    using Stand = Import<name, Function, failure, error, Booking>;
+    return {name.text, reinterpret_cast<void*>(&Stand::Call), reinterpret_cast<void**>(&Stand::original)};
+}
+
+/// Answers a Win32 error code or an HRESULT.
+template <CallName name, class Function, std::intptr_t failure, class Booking = Nothing>
+Row Answers() {
+    return Fails<name, Function, failure, ERROR_SUCCESS, Booking>();
+}
+
+constexpr std::intptr_t kMinusOne = -1;
+
+std::vector<Row> Table() {
+    using enum Owned;
+    return {
+        // Memory.
+        Special<MallocImport>("malloc"),
+        Special<CallocImport>("calloc"),
+        Special<ReallocImport>("realloc"),
+        Fails<"free", decltype(::free), 0, ERROR_SUCCESS, Takes<kMemory>>(),
+        Fails<"HeapAlloc", decltype(::HeapAlloc), 0, ERROR_SUCCESS, Returns<kHeap>>(),
+        Fails<"HeapFree", decltype(::HeapFree), 0, kInjectedError, Takes<kHeap, 2>>(),
+        Fails<"LocalFree", decltype(::LocalFree), 1, kInjectedError, Takes<kLocalMemory>>(),
+        // Kernel objects.
+        Fails<"CloseHandle", decltype(::CloseHandle), 0, kInjectedError, TakesHandle>(),
+        Fails<"CreateMutexW", decltype(::CreateMutexW), 0, kInjectedError, Returns<kMutex>>(),
+        Fails<"ReleaseMutex", decltype(::ReleaseMutex), 0, kInjectedError, GivesBack>(),
+        Fails<"CreateSemaphoreW", decltype(::CreateSemaphoreW), 0, kInjectedError, Returns<kSemaphore>>(),
+        Fails<"ReleaseSemaphore", decltype(::ReleaseSemaphore), 0, kInjectedError, GivesBack>(),
+        Fails<"WaitForSingleObject", decltype(::WaitForSingleObject), 0xFFFFFFFF>(),
+        Fails<"ConvertStringSecurityDescriptorToSecurityDescriptorW",
+              decltype(::ConvertStringSecurityDescriptorToSecurityDescriptorW), 0, kInjectedError,
+              Fills<kLocalMemory, 2>>(),
+        Special<CreateThreadImport>("CreateThread"),
+        Special<FreeLibraryAndExitThreadImport>("FreeLibraryAndExitThread"),
+        // Files and devices.
+        Fails<"CreateFileW", decltype(::CreateFileW), kMinusOne, kInjectedError, Returns<kFile>>(),
+        Fails<"DeleteFileW", decltype(::DeleteFileW)>(),
+        Fails<"MoveFileW", decltype(::MoveFileW)>(),
+        Fails<"GetFileSize", decltype(::GetFileSize), 0xFFFFFFFF>(),
+        Fails<"GetFileSizeEx", decltype(::GetFileSizeEx)>(),
+        Fails<"SetFilePointerEx", decltype(::SetFilePointerEx)>(),
+        Fails<"ReadFile", decltype(::ReadFile)>(),
+        Fails<"WriteFile", decltype(::WriteFile)>(),
+        Fails<"DeviceIoControl", decltype(::DeviceIoControl)>(),
+        Fails<"GetWindowsDirectoryW", decltype(::GetWindowsDirectoryW)>(),
+        Special<FputwsImport>("fputws"),
+        // Modules and resources.
+        Fails<"LoadLibraryW", decltype(::LoadLibraryW), 0, kInjectedError, Returns<kLibrary>>(),
+        Fails<"FreeLibrary", decltype(::FreeLibrary), 0, kInjectedError, Takes<kLibrary>>(),
+        Fails<"GetModuleHandleW", decltype(::GetModuleHandleW)>(),
+        Fails<"GetModuleHandleExW", decltype(::GetModuleHandleExW), 0, kInjectedError, Fills<kLibrary, 2>>(),
+        Fails<"GetModuleFileNameW", decltype(::GetModuleFileNameW)>(),
+        Fails<"GetProcAddress", decltype(::GetProcAddress)>(),
+        Fails<"FindResourceW", decltype(::FindResourceW)>(),
+        Fails<"FindResourceExW", decltype(::FindResourceExW)>(),
+        Fails<"LoadResource", decltype(::LoadResource)>(),
+        Fails<"LockResource", decltype(::LockResource)>(),
+        Fails<"SizeofResource", decltype(::SizeofResource)>(),
+        Fails<"LoadStringW", decltype(::LoadStringW)>(),
+        // The machine.
+        Fails<"GetComputerNameExW", decltype(::GetComputerNameExW)>(),
+        Fails<"GetTimeZoneInformation", decltype(::GetTimeZoneInformation), 0xFFFFFFFF>(),
+        Fails<"SetupDiGetClassDevsW", decltype(::SetupDiGetClassDevsW), kMinusOne, kInjectedError,
+              Returns<kDeviceSet>>(),
+        Fails<"SetupDiEnumDeviceInfo", decltype(::SetupDiEnumDeviceInfo)>(),
+        Fails<"SetupDiGetDeviceRegistryPropertyW", decltype(::SetupDiGetDeviceRegistryPropertyW)>(),
+        Fails<"SetupDiDestroyDeviceInfoList", decltype(::SetupDiDestroyDeviceInfoList), 0, kInjectedError,
+              Takes<kDeviceSet>>(),
+        // Text.
+        Fails<"CompareStringW", decltype(::CompareStringW)>(),
+        Fails<"MultiByteToWideChar", decltype(::MultiByteToWideChar)>(),
+        Fails<"WideCharToMultiByte", decltype(::WideCharToMultiByte)>(),
+        // Registry.
+        Answers<"RegOpenKeyExW", decltype(::RegOpenKeyExW), kInjectedError, Fills<kRegistryKey, 4>>(),
+        Answers<"RegCreateKeyExW", decltype(::RegCreateKeyExW), kInjectedError, Fills<kRegistryKey, 7>>(),
+        Answers<"RegCloseKey", decltype(::RegCloseKey), kInjectedError, Takes<kRegistryKey>>(),
+        Answers<"RegDeleteKeyW", decltype(::RegDeleteKeyW), kInjectedError>(),
+        Answers<"RegDeleteTreeW", decltype(::RegDeleteTreeW), kInjectedError>(),
+        Answers<"RegDeleteValueW", decltype(::RegDeleteValueW), kInjectedError>(),
+        Answers<"RegEnumKeyExW", decltype(::RegEnumKeyExW), kInjectedError>(),
+        Answers<"RegEnumValueW", decltype(::RegEnumValueW), kInjectedError>(),
+        Answers<"RegQueryInfoKeyW", decltype(::RegQueryInfoKeyW), kInjectedError>(),
+        Answers<"RegQueryValueExW", decltype(::RegQueryValueExW), kInjectedError>(),
+        Answers<"RegSetValueExW", decltype(::RegSetValueExW), kInjectedError>(),
+        // COM and Automation.
+        Answers<"CoCreateInstance", decltype(::CoCreateInstance), kInjected>(),
+        Answers<"CoGetClassObject", decltype(::CoGetClassObject), kInjected>(),
+        Answers<"CoInitializeEx", decltype(::CoInitializeEx), kInjected, JoinsApartment>(),
+        Fails<"CoUninitialize", decltype(::CoUninitialize), 0, ERROR_SUCCESS, LeavesApartment>(),
+        Fails<"SysAllocStringLen", decltype(::SysAllocStringLen), 0, ERROR_SUCCESS, Returns<kText>>(),
+        Fails<"SysFreeString", decltype(::SysFreeString), 0, ERROR_SUCCESS, Takes<kText>>(),
+        Answers<"VariantClear", decltype(::VariantClear), kInjected, TakesVariant>(),
+        Fails<"SafeArrayCreate", decltype(::SafeArrayCreate), 0, ERROR_SUCCESS, Returns<kArray>>(),
+        Answers<"SafeArrayDestroy", decltype(::SafeArrayDestroy), kInjected, TakesArray>(),
+        Answers<"SafeArrayAccessData", decltype(::SafeArrayAccessData), kInjected>(),
+        Answers<"SafeArrayUnaccessData", decltype(::SafeArrayUnaccessData), kInjected, GivesBack>(),
+        Answers<"SafeArrayGetElement", decltype(::SafeArrayGetElement), kInjected, FillsElement>(),
+        Answers<"SafeArrayGetDim", decltype(::SafeArrayGetDim), 0>(),
+        Answers<"SafeArrayGetLBound", decltype(::SafeArrayGetLBound), kInjected>(),
+        Answers<"SafeArrayGetUBound", decltype(::SafeArrayGetUBound), kInjected>(),
+        Answers<"SafeArrayGetVartype", decltype(::SafeArrayGetVartype), kInjected>(),
+        Answers<"LoadTypeLibEx", decltype(::LoadTypeLibEx), kInjected>(),
+        Answers<"RegisterTypeLib", decltype(::RegisterTypeLib), kInjected>(),
+        Answers<"UnRegisterTypeLib", decltype(::UnRegisterTypeLib), kInjected>(),
+        Answers<"QueryPathOfRegTypeLib", decltype(::QueryPathOfRegTypeLib), kInjected, Fills<kText, 4>>(),
+        Special<AbortImport>("abort"),
+    };
+}
+
+}  // namespace
+
+ImportFaults::ImportFaults(HMODULE module) {
+    for (const Row& row : Table()) {
+        if (!velkhost::ImportRedirect::Imports(module, row.name)) continue;
+        redirects_.emplace_back(module, row.name, row.standIn);
+        *row.original = redirects_.back().Original<void*>();
+    }
+}
+
+ImportFaults::~ImportFaults() {
+    // Each back to what it found: the last first.
+    while (!redirects_.empty()) redirects_.pop_back();
+}
+
+void ImportFaults::FindOperatorNew(const std::function<void()>& allocates) {
+    std::map<const void*, int> callers;
+    mallocCallers = &callers;
+    allocates();
+    mallocCallers = nullptr;
+    operatorNew =
+        std::ranges::max_element(callers, {}, [](const auto& caller) { return caller.second; })->first;
+}
+
+void ImportFaults::RunThreads() {
+    for (const HANDLE thread : std::exchange(waitingThreads, {})) {
+        ::ResumeThread(thread);
+        ::WaitForSingleObject(thread, INFINITE);
+        ::CloseHandle(thread);
+    }
+}
+
+std::set<std::string> InjectedImports() {
+    std::set<std::string> names;
+    for (const Row& row : Table()) names.insert(row.name);
+    return names;
+}
+
+std::set<std::string> UntouchedImports() {
+    return {
+        // Cannot fail with the arguments that they are given.
+        "AcquireSRWLockExclusive",
+        "ReleaseSRWLockExclusive",
+        "GetLastError",
+        "SetLastError",
+        "GetLocalTime",
+        "GetProcessHeap",
+        "GetThreadLocale",
+        "StringFromGUID2",
+        "SysStringLen",
+        "VariantInit",
+        "_wcsicmp",
+        "_wcsupr",
+        "_wcstoui64",
+        "_vscwprintf",
+        "_vsnwprintf",
+        "wcslen",
+        "memchr",
+        "memcmp",
+        "memcpy",
+        "memmove",
+        "memset",
+        "strcmp",
+        "strlen",
+        "strncmp",
+        "strstr",
+        "strtoul",
+        "isspace",
+        // The compiler's exception handling: a failure there is the end of the process by definition.
+        "RaiseException",
+        "RtlCaptureContext",
+        "RtlLookupFunctionEntry",
+        "RtlUnwindEx",
+        "RtlVirtualUnwind",
+        "__C_specific_handler",
+        "_setjmp",
+        "longjmp",
+        // The compiler's start-up code and relocation of imports, before the module's own code runs.
+        "VirtualProtect",
+        "VirtualQuery",
+        "_amsg_exit",
+        "_initterm",
+        "_lock",
+        "_unlock",
+        "Sleep",
+        "DeleteCriticalSection",
+        "EnterCriticalSection",
+        "InitializeCriticalSection",
+        "LeaveCriticalSection",
+        "TlsGetValue",
+        // The compiler's thread library. The module starts its one kind of thread by CreateThread; of the
+        // library it uses the locks around first use, which are spin locks and these.
+        "AddVectoredExceptionHandler",
+        "RemoveVectoredExceptionHandler",
+        "CreateEventA",
+        "CreateSemaphoreA",
+        "DuplicateHandle",
+        "GetCurrentProcess",
+        "GetCurrentProcessId",
+        "GetCurrentThread",
+        "GetCurrentThreadId",
+        "GetHandleInformation",
+        "GetProcessAffinityMask",
+        "GetSystemTimeAsFileTime",
+        "GetThreadContext",
+        "GetThreadPriority",
+        "GetTickCount64",
+        "IsDebuggerPresent",
+        "OpenProcess",
+        "OutputDebugStringA",
+        "ResetEvent",
+        "ResumeThread",
+        "SetEvent",
+        "SetProcessAffinityMask",
+        "SetThreadContext",
+        "SetThreadPriority",
+        "SuspendThread",
+        "TlsAlloc",
+        "TlsSetValue",
+        "TryEnterCriticalSection",
+        "WaitForMultipleObjects",
+        "_beginthreadex",
+        "_endthreadex",
+        // The C++ library's reports of its own end, and its own narrow formatting: nothing of the module
+        // calls them.
+        "IsDBCSLeadByteEx",
+        "___lc_codepage_func",
+        "___mb_cur_max_func",
+        "__iob_func",
+        "_assert",
+        "_close",
+        "_errno",
+        "_read",
+        "_strdup",
+        "_ultoa",
+        "exit",
+        "fprintf",
+        "fputc",
+        "fputs",
+        "fputwc",
+        "fwprintf",
+        "fwrite",
+        "getenv",
+        "localeconv",
+        "printf",
+        "signal",
+        "sprintf",
+        "strerror",
+        "vfprintf",
+    };
+}
+
+}  // namespace velktest
