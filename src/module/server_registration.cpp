@@ -14,6 +14,7 @@ namespace {
 /// A script that does not parse. The scripts are the module's own, so nobody but its developers ever sees it.
 constexpr HRESULT kMalformedScript = static_cast<HRESULT>(0x8007000DL);  // ERROR_INVALID_DATA
 
+/// Empty, with GetLastError(), when the system does not tell it.
 std::wstring ModulePath(HMODULE module) {
     std::wstring path(MAX_PATH, L'\0');
     for (;;) {
@@ -63,9 +64,9 @@ bool AppendScript(const std::wstring& text, const RegistryReplacements& replacem
 }
 
 /// The AppID's script, then one script per class.
-bool ReadScripts(HMODULE module, std::span<const ClassTableEntry> classes,
+bool ReadScripts(HMODULE module, const std::wstring& modulePath, std::span<const ClassTableEntry> classes,
                  std::vector<RegistryScript>& scripts) {
-    const RegistryReplacements standard = StandardReplacements(module);
+    const RegistryReplacements standard = StandardReplacements(modulePath);
     if (!AppendScript(ScriptText(module, VELK_APPID_SCRIPT), standard, scripts)) return false;
     const std::wstring classText = ScriptText(module, VELK_CLASS_SCRIPT);
     for (const ClassTableEntry& entry : classes) {
@@ -76,35 +77,38 @@ bool ReadScripts(HMODULE module, std::span<const ClassTableEntry> classes,
 
 }  // namespace
 
-RegistryReplacements StandardReplacements(HMODULE module) {
-    const std::wstring path = ModulePath(module);
-    return {{L"Module", EscapeQuotes(path)}, {L"Module_Raw", path}, {L"APPID", GuidText(kAppId)}};
+RegistryReplacements StandardReplacements(const std::wstring& modulePath) {
+    return {{L"Module", EscapeQuotes(modulePath)}, {L"Module_Raw", modulePath}, {L"APPID", GuidText(kAppId)}};
 }
 
 HRESULT RegisterServer(HMODULE module, std::span<const ClassTableEntry> classes, RegistrationScope scope) {
+    const std::wstring modulePath = ModulePath(module);
+    // Registered without it, no class could be found.
+    if (modulePath.empty()) return HRESULT_FROM_WIN32(::GetLastError());
     std::vector<RegistryScript> scripts;
-    if (!ReadScripts(module, classes, scripts)) return kMalformedScript;
+    if (!ReadScripts(module, modulePath, classes, scripts)) return kMalformedScript;
 
     Registrar registrar(scope);
     for (const RegistryScript& script : scripts) {
         const LSTATUS status = registrar.Register(script);
         if (status != ERROR_SUCCESS) return HRESULT_FROM_WIN32(static_cast<DWORD>(status));
     }
-    const HRESULT result = RegisterTypeLibrary(ModulePath(module), scope);
+    const HRESULT result = RegisterTypeLibrary(modulePath, scope);
     if (SUCCEEDED(result)) registrar.Commit();
     return SUCCEEDED(result) ? S_OK : result;
 }
 
 HRESULT UnregisterServer(HMODULE module, std::span<const ClassTableEntry> classes, RegistrationScope scope) {
+    const std::wstring modulePath = ModulePath(module);
     std::vector<RegistryScript> scripts;
-    if (!ReadScripts(module, classes, scripts)) return kMalformedScript;
+    if (!ReadScripts(module, modulePath, classes, scripts)) return kMalformedScript;
 
     LSTATUS result = ERROR_SUCCESS;
     for (const RegistryScript& script : scripts) {
         const LSTATUS status = Unregister(script, scope);
         if (result == ERROR_SUCCESS) result = status;
     }
-    const HRESULT ofTypeLibrary = UnregisterTypeLibrary(ModulePath(module), scope);
+    const HRESULT ofTypeLibrary = UnregisterTypeLibrary(modulePath, scope);
     return result != ERROR_SUCCESS ? HRESULT_FROM_WIN32(static_cast<DWORD>(result)) : ofTypeLibrary;
 }
 

@@ -11,7 +11,7 @@ namespace velk {
 
 /// What every registry script may refer to: "Module" and "Module_Raw", the module's full path (the former
 /// with its quotes doubled, for use inside quotes), and "APPID", the AppID in braces. Throws std::bad_alloc.
-RegistryReplacements StandardReplacements(HMODULE module);
+RegistryReplacements StandardReplacements(const std::wstring& modulePath);
 
 /// Registers the AppID, the classes and the type library, all or nothing: the first failure undoes what was
 /// done and is returned. Scripts are parsed before anything is changed. Throws std::bad_alloc or

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <utility>
+
 #include "common/bstr.h"
 #include "common/com_ptr.h"
 #include "module/identifiers.h"
@@ -225,9 +227,24 @@ TEST_F(ServerRegistrationTest, ModulePathMayBeLongAndHoldQuotes) {
               L"s:" + LongPath());
 }
 
+bool g_modulePathRefused = false;
+
+DWORD WINAPI RefuseModulePathOnce(HMODULE, wchar_t* buffer, DWORD size) {
+    if (!std::exchange(g_modulePathRefused, true)) {
+        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return 0;
+    }
+    return static_cast<DWORD>(ProgramPath().copy(buffer, size));
+}
+
+TEST_F(ServerRegistrationTest, ModulePathThatIsNotToldFailsTheRegistration) {
+    const StandIn path("GetModuleFileNameW", &RefuseModulePathOnce);
+    EXPECT_EQ(Register(), HRESULT_FROM_WIN32(ERROR_NOT_ENOUGH_MEMORY));
+    EXPECT_TRUE(Registered().empty()) << "classes without a server";
+}
+
 TEST_F(ServerRegistrationTest, StandardReplacementsAreOfferedToEveryScript) {
-    const StandIn longPath("GetModuleFileNameW", &LongModulePath);
-    const RegistryReplacements replacements = StandardReplacements(nullptr);
+    const RegistryReplacements replacements = StandardReplacements(LongPath());
     ASSERT_EQ(replacements.size(), 3U);
     EXPECT_EQ(replacements[0].first, L"Module");
     EXPECT_EQ(replacements[0].second, EscapeQuotes(LongPath()));
