@@ -97,7 +97,6 @@ HRESULT WINAPI CreateInstanceHere(REFCLSID clsid, IUnknown* outer, DWORD context
 
 /// Small enough to be moved aside in every run, and large enough not to be moved at every line.
 constexpr DWORD kLogMaxSize = 1000;
-constexpr wchar_t kLogName[] = L"VelkWBEMServer";
 
 }  // namespace
 
@@ -106,6 +105,9 @@ FaultBench::FaultBench() : pathParser_(velkhost::RegisterPathParser()) {
     registry_.SetDword(kCommonLogKey, L"LogLevel", 1);
     registry_.SetDword(kCommonLogKey, L"LogMaxSize", kLogMaxSize);
     registry_.SetText(kLegacyLogKey, L"LOGFILENAME", folder_.Path(L"legacy.log"));
+    // Where the log goes that has no mutex.
+    startFolder_ = std::filesystem::current_path();
+    std::filesystem::current_path(folder_.Path());
     ServeSuite(wmi_);
     wmiFaults_.emplace();
     Load();
@@ -114,6 +116,7 @@ FaultBench::FaultBench() : pathParser_(velkhost::RegisterPathParser()) {
 FaultBench::~FaultBench() {
     driverPresent = false;
     Unload();
+    std::filesystem::current_path(startFolder_);
 }
 
 void FaultBench::Load() {
@@ -166,9 +169,9 @@ HRESULT FaultBench::CreateProvider(REFCLSID clsid, velk::ComPtr<IWbemProviderIni
 }
 
 void FaultBench::DeleteLogs() const {
-    for (const wchar_t* extension : {L".log", L".lo_"})
-        ::DeleteFileW(folder_.Path(std::wstring(kLogName) + extension).c_str());
-    ::DeleteFileW(folder_.Path(L"legacy.log").c_str());
+    for (const wchar_t* log : {L"VelkWBEMServer.log", L"VelkWBEMServer.lo_", L"VelkCommonLog_MutexError.log",
+                               L"VelkCommonLog_MutexError.lo_", L"legacy.log"})
+        ::DeleteFileW(folder_.Path(log).c_str());
 }
 
 void FaultBench::Tidy() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -68,6 +69,7 @@ class FaultBench {
 
     RegistryFixture registry_;
     TempFolder folder_;
+    std::filesystem::path startFolder_;
     Apartment apartment_;
     velkhost::ClassRegistration pathParser_;
     FakeWmi wmi_;
