@@ -35,5 +35,6 @@ function(velk_test_suite name)
     target_link_libraries(${name}_tests PRIVATE velk_options velk_test_support ${arg_LINKS})
     target_precompile_headers(${name}_tests REUSE_FROM velk_test_support)
     add_test(NAME ${name} COMMAND ${name}_tests WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
-    set_tests_properties(${name} PROPERTIES TIMEOUT 600 LABELS "${arg_LABELS}")
+    # One at a time: they share the prefix's registry, with the logs' configuration in it, and its named locks.
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600 LABELS "${arg_LABELS}" RESOURCE_LOCK prefix)
 endfunction()
