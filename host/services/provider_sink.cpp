@@ -1,5 +1,6 @@
 #include "host/services/provider_sink.h"
 
+#include <new>
 #include <utility>
 
 #include "host/com/wbem_codes.h"
@@ -7,7 +8,12 @@
 namespace velkhost {
 
 ProviderSink::ProviderSink(std::wstring request, Receiver receiver, Reporter report)
-    : request_(std::move(request)), report_(std::move(report)), receiver_(std::move(receiver)) {}
+    : request_(std::move(request)),
+      report_(std::move(report)),
+      completed_(::CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+      receiver_(std::move(receiver)) {
+    if (!completed_) throw std::bad_alloc();
+}
 
 HRESULT ProviderSink::Indicate(LONG count, IWbemClassObject** objects) noexcept {
     return GuardedCall([&] {
@@ -44,26 +50,23 @@ HRESULT ProviderSink::SetStatus(LONG flags, HRESULT result, BSTR, IWbemClassObje
             }
             status_ = result;
         }
-        completed_.notify_all();
+        ::SetEvent(completed_.Get());
         return velk::kWbemNoError;
     });
 }
 
-HRESULT ProviderSink::Finish(HRESULT returned, const Deadline& deadline, std::stop_token stop) {
-    std::unique_lock lock(mutex_);
-    const auto isComplete = [&] { return status_.has_value(); };
-    if (SUCCEEDED(returned)) {
-        if (deadline) {
-            completed_.wait_until(lock, stop, *deadline, isComplete);
-        } else {
-            completed_.wait(lock, stop, isComplete);
-        }
-    }
+HRESULT ProviderSink::Finish(HRESULT returned, LONG limit, HANDLE stop) {
+    // Events, not std::stop_token: GCC 12's stop_callback can miss the wake-up of its own end where the
+    // platform has no futex, and the request would wait for ever.
+    const HANDLE either[] = {completed_.Get(), stop};
+    DWORD ended = WAIT_OBJECT_0;
+    if (SUCCEEDED(returned)) ended = ::WaitForMultipleObjects(2, either, FALSE, static_cast<DWORD>(limit));
+    const std::lock_guard lock(mutex_);
     // The receiver's state belongs to the request that ends here; the provider may hold the sink for longer.
     receiver_ = nullptr;
     if (FAILED(returned)) return returned;
     if (status_) return *status_;
-    if (stop.stop_requested()) return kWbemCallCancelled;
+    if (ended == WAIT_OBJECT_0 + 1) return kWbemCallCancelled;
     Report(L"SetStatus was not called in time");
     return kWbemProviderTimedOut;
 }

@@ -4,9 +4,9 @@
 #include <functional>
 #include <mutex>
 #include <optional>
-#include <stop_token>
 #include <string>
 
+#include "common/handle.h"
 #include "host/com/com_object.h"
 #include "host/services/result_stream.h"
 
@@ -23,6 +23,7 @@ class ProviderSink final : public ComObject<IWbemObjectSink> {
     /// Called with each object, one call at a time.
     using Receiver = std::function<void(IWbemClassObject* object)>;
 
+    /// Throws std::bad_alloc.
     ProviderSink(std::wstring request, Receiver receiver, Reporter report);
 
     HRESULT STDMETHODCALLTYPE Indicate(LONG count, IWbemClassObject** objects) noexcept override;
@@ -30,19 +31,19 @@ class ProviderSink final : public ComObject<IWbemObjectSink> {
                                         IWbemClassObject* details) noexcept override;
 
     /// The outcome of the request whose method returned `returned`. A failure returned is the outcome at
-    /// once: such a provider owes no status. Otherwise the status is waited for; WBEM_E_PROVIDER_TIMED_OUT
-    /// when it does not come, WBEM_E_CALL_CANCELLED when `stop` asks to give up. No object reaches the
-    /// receiver afterwards.
-    HRESULT Finish(HRESULT returned, const Deadline& deadline, std::stop_token stop);
+    /// once: such a provider owes no status. Otherwise the status is waited for, for so many milliseconds
+    /// (WBEM_INFINITE: without end); WBEM_E_PROVIDER_TIMED_OUT when it does not come, WBEM_E_CALL_CANCELLED
+    /// when the event `stop` is set first. No object reaches the receiver afterwards.
+    HRESULT Finish(HRESULT returned, LONG limit, HANDLE stop);
 
   private:
     void Report(const wchar_t* what);
 
     const std::wstring request_;
     const Reporter report_;
-    std::mutex mutex_;  ///< held while the receiver runs, so that Finish can shut it off
-    std::condition_variable_any completed_;
-    Receiver receiver_;  ///< empty once the request is over
+    const velk::UniqueHandle completed_;  ///< an event, set with the status
+    std::mutex mutex_;                    ///< held while the receiver runs, so that Finish can shut it off
+    Receiver receiver_;                   ///< empty once the request is over
     std::optional<HRESULT> status_;
 };
 

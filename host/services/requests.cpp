@@ -218,7 +218,7 @@ HRESULT Requests::Ask(const std::wstring& request, const ClassDef& definition, b
         },
         core_.Options().report);
     const HRESULT returned = call(provider.Get(), sink.Get());
-    return sink->Finish(returned, DeadlineAfter(core_.Options().statusLimit), core_.Threads().StopToken());
+    return sink->Finish(returned, core_.Options().statusLimit, core_.Threads().StopEvent());
 }
 
 }  // namespace velkhost

@@ -1,16 +1,21 @@
 #include "host/services/workers.h"
 
+#include <new>
 #include <utility>
 
 #include "host/services/apartment.h"
 
 namespace velkhost {
 
+Workers::Workers() : stop_(::CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
+    if (!stop_) throw std::bad_alloc();
+}
+
 Workers::~Workers() { Stop(); }
 
 bool Workers::Start(Task task) {
     const std::lock_guard lock(mutex_);
-    if (stop_.stop_requested()) return false;
+    if (stopped_) return false;
     Reap();
     const auto done = std::make_shared<std::atomic<bool>>(false);
     workers_.push_back({done, {}});
@@ -34,7 +39,8 @@ void Workers::Stop() {
     std::list<Worker> leftover;
     {
         const std::lock_guard lock(mutex_);
-        stop_.request_stop();
+        stopped_ = true;
+        ::SetEvent(stop_.Get());
         leftover.swap(workers_);
     }
     for (Worker& worker : leftover) worker.thread.join();

@@ -5,8 +5,9 @@
 #include <list>
 #include <memory>
 #include <mutex>
-#include <stop_token>
 #include <thread>
+
+#include "common/handle.h"
 
 namespace velkhost {
 
@@ -15,15 +16,17 @@ class Workers {
   public:
     using Task = std::function<void()>;
 
+    /// Throws std::bad_alloc.
+    Workers();
     ~Workers();
 
     /// Runs the task on a thread of its own; false after Stop, then it is not run.
     bool Start(Task task);
-    /// Asks the running tasks to end, by the token, and waits until they have. Not to be called by one of
+    /// Asks the running tasks to end, by the event, and waits until they have. Not to be called by one of
     /// them.
     void Stop();
-    /// Where a task learns that it should end.
-    std::stop_token StopToken() const { return stop_.get_token(); }
+    /// The event that tells a task that it should end.
+    HANDLE StopEvent() const { return stop_.Get(); }
 
   private:
     struct Worker {
@@ -34,8 +37,9 @@ class Workers {
     /// Joins the threads that are through. The lock is held.
     void Reap();
 
-    std::mutex mutex_;
-    std::stop_source stop_;
+    const velk::UniqueHandle stop_;  ///< an event, set by Stop
+    std::mutex mutex_;               ///< of what follows
+    bool stopped_ = false;
     std::list<Worker> workers_;
 };
 
