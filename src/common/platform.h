@@ -20,6 +20,28 @@
 // wmiutils.h follows wbemidl.h: it uses its types.
 #include <wmiutils.h>
 
+#include <new>
+
+#ifdef __GLIBCXX__
+// Exported by GCC's run-time library, and declared in no header.
+namespace __gnu_cxx {
+void __freeres();
+}
+#endif
+
+namespace velk {
+
+/// Frees what the C++ run-time linked into this module allocated when the module was loaded and gives back to
+/// nobody: with GCC some 70 KB, the memory for exceptions that cannot be allocated. The last call of a module
+/// that is being unloaded; no exception may follow.
+inline void FreeRuntimeMemory() noexcept {
+#ifdef __GLIBCXX__
+    __gnu_cxx::__freeres();
+#endif
+}
+
+}  // namespace velk
+
 /// Identifiers of WMI's object-path parser. MinGW's import libraries lack them, so they stand here for all
 /// compilers.
 inline constexpr CLSID kClsidWbemDefPath = {

@@ -1,5 +1,6 @@
 // The DLL's exports and nothing else.
 
+#include "common/platform.h"
 #include "module/module.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
@@ -9,7 +10,9 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
         case DLL_PROCESS_DETACH:
             // At the end of the process nothing is cleaned up: the other threads were killed wherever they
             // stood, and the locks and heaps that clean-up needs are as they left them.
-            if (reserved == nullptr) velk::UnloadModule();
+            if (reserved != nullptr) return TRUE;
+            velk::UnloadModule();
+            velk::FreeRuntimeMemory();
             return TRUE;
         default:
             return TRUE;

@@ -11,6 +11,7 @@
 #include "module/identifiers.h"
 #include "support/registry_fixture.h"
 #include "support/temp_folder.h"
+#include "support/usage.h"
 
 namespace {
 
@@ -182,19 +183,16 @@ TEST_F(DllTest, LoadAndUnloadWriteTwoLines) {
               L"[Information] VelkWmiPci.DLL!CVelkWmiPciModule::~CVelkWmiPciModule| DLL is unloaded.\r\n");
 }
 
-TEST_F(DllTest, LoadingAndUnloadingManyTimesLeaksNoHandles) {
-    const auto handles = [] {
-        DWORD count = 0;
-        ::GetProcessHandleCount(::GetCurrentProcess(), &count);
-        return count;
-    };
+TEST_F(DllTest, LoadingAndUnloadingManyTimesLeaksNothing) {
     dll_.Reset();
-    const DWORD before = handles();
+    const velktest::Usage before = velktest::Usage::Now();
     for (int round = 0; round < 20; ++round) {
         dll_ = velk::UniqueLibrary(::LoadLibraryW(L"VelkWmiPci.dll"));
         dll_.Reset();
     }
-    EXPECT_EQ(handles(), before);
+    const velktest::Usage after = velktest::Usage::Now();
+    EXPECT_EQ(after.handles, before.handles);
+    EXPECT_LE(after.heapBytes, before.heapBytes);
 }
 
 TEST_F(DllTest, RegisteredClassIsMadeThroughCom) {

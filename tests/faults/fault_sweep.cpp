@@ -4,7 +4,8 @@
 
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
+
+#include "support/long_run.h"
 
 namespace velktest {
 
@@ -39,11 +40,6 @@ LONG WINAPI SayWhere(EXCEPTION_POINTERS*) {
 }
 
 }  // namespace
-
-bool IsLongRun() {
-    const char* const value = std::getenv("VELK_LONG");
-    return value != nullptr && *value != '\0' && std::string(value) != "0";
-}
 
 void FaultSweep::Run(const std::string& name, std::size_t stride, const Scenario& scenario) {
     ::SetUnhandledExceptionFilter(&SayWhere);

@@ -20,7 +20,4 @@ class FaultSweep {
     static void Run(const std::string& name, std::size_t stride, const Scenario& scenario);
 };
 
-/// Whether every call is to be failed: the environment variable VELK_LONG is set to something but 0.
-bool IsLongRun();
-
 }  // namespace velktest

@@ -8,22 +8,18 @@
 
 #include "common/handle.h"
 #include "host/machine/machine_replay.h"
+#include "support/project_folder.h"
 
 namespace {
 
-using velkhost::LoadMachine;
 using velkhost::Machine;
-
-std::filesystem::path SampleFolder() {
-    // On the drive of the working folder: the build may have named this file by the path of another system.
-    return std::filesystem::path(__FILE__).parent_path() / ".." / ".." / "machines";
-}
 
 std::vector<std::string> SampleNames() {
     std::vector<std::string> names;
     // This runs before main: a folder that is not found leaves no names, which a test of its own reports.
     std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(SampleFolder(), error)) {
+    for (const auto& entry :
+         std::filesystem::directory_iterator(velktest::ProjectFolder() / "machines", error)) {
         if (entry.path().extension() == ".json") names.push_back(entry.path().stem().string());
     }
     return names;
@@ -31,7 +27,7 @@ std::vector<std::string> SampleNames() {
 
 class SampleMachine : public testing::TestWithParam<std::string> {
   protected:
-    Machine machine_ = LoadMachine(SampleFolder() / (GetParam() + ".json"));
+    Machine machine_ = velktest::LoadSampleMachine(GetParam());
 };
 
 TEST_P(SampleMachine, DevicesAreDistinctPciFunctions) {
@@ -69,7 +65,7 @@ INSTANTIATE_TEST_SUITE_P(Machines, SampleMachine, testing::ValuesIn(SampleNames(
 TEST(SampleMachines, AreFound) { EXPECT_GE(SampleNames().size(), 7u); }
 
 TEST(SampleMachines, RackServerHasWhatItIsShownFor) {
-    const Machine machine = LoadMachine(SampleFolder() / "two-socket-rack-server.json");
+    const Machine machine = velktest::LoadSampleMachine("two-socket-rack-server");
     EXPECT_EQ(machine.names.dnsFullyQualified, L"rack17.example.com");
     EXPECT_EQ(machine.devices.size(), 32u);
     EXPECT_TRUE(machine.smbios);
@@ -78,8 +74,8 @@ TEST(SampleMachines, RackServerHasWhatItIsShownFor) {
 }
 
 TEST(SampleMachines, BareOnesLackWhatTheyAreNamedFor) {
-    EXPECT_FALSE(LoadMachine(SampleFolder() / "no-smbios.json").smbios);
-    const Machine bare = LoadMachine(SampleFolder() / "no-devices.json");
+    EXPECT_FALSE(velktest::LoadSampleMachine("no-smbios").smbios);
+    const Machine bare = velktest::LoadSampleMachine("no-devices");
     EXPECT_TRUE(bare.devices.empty());
     EXPECT_FALSE(bare.names.dnsFullyQualified);
     EXPECT_FALSE(bare.names.dnsHostname);

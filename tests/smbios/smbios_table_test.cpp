@@ -8,6 +8,7 @@
 #include "smbios/fake_driver.h"
 #include "smbios/made_entry_point.h"
 #include "support/provider_bench.h"
+#include "support/usage.h"
 
 namespace velk {
 namespace {
@@ -298,12 +299,9 @@ TEST_F(SmbiosTableTest, MayBeReadWhileAnotherThreadLoads) {
 }
 
 TEST_F(SmbiosTableTest, ItsLockIsClosedWithIt) {
-    DWORD before = 0;
-    DWORD after = 0;
-    ::GetProcessHandleCount(::GetCurrentProcess(), &before);
+    const DWORD before = velktest::Usage::Now().handles;
     for (int round = 0; round < 10; ++round) SmbiosTable().CountPciSlots();
-    ::GetProcessHandleCount(::GetCurrentProcess(), &after);
-    EXPECT_EQ(before, after);
+    EXPECT_EQ(velktest::Usage::Now().handles, before);
 }
 
 }  // namespace

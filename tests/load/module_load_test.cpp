@@ -1,0 +1,78 @@
+// The module comes and goes while its threads run.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "support/hosted_dll.h"
+#include "support/long_run.h"
+#include "support/project_folder.h"
+#include "support/provider_bench.h"
+#include "support/registry_fixture.h"
+#include "support/temp_folder.h"
+#include "support/usage.h"
+
+namespace {
+
+using velktest::AnswerSink;
+using velktest::IsLongRun;
+using velktest::Usage;
+
+class ModuleLoad : public testing::Test {
+  protected:
+    ModuleLoad() {
+        registry_.SetText(velktest::kCommonLogKey, L"LogFolder", folder_.Path());
+        registry_.SetDword(velktest::kCommonLogKey, L"LogMaxSize", 0x2000000);
+    }
+
+    /// How often a text stands in the log.
+    int CountInLog(const std::wstring& text) const {
+        const velk::CString log = velktest::ReadWide(folder_.Path(L"VelkWBEMServer.log"));
+        int count = 0;
+        for (std::size_t at = log.find(text); at != velk::CString::npos; at = log.find(text, at + 1)) ++count;
+        return count;
+    }
+
+    velktest::RegistryFixture registry_;
+    velktest::TempFolder folder_;
+    velktest::Apartment apartment_;
+    velktest::ProviderHost host_{velktest::LoadSampleMachine("two-socket-rack-server")};
+};
+
+TEST_F(ModuleLoad, UnloadsWithSlotLocationWorkersInFlight) {
+    constexpr int kWarmUp = 10;
+    const int rounds = kWarmUp + (IsLongRun() ? 5000 : 100);
+    Usage before;
+    for (int round = 0; round < rounds; ++round) {
+        if (round == kWarmUp) before = Usage::Now();
+        velk::UniqueLibrary dll(::LoadLibraryW(L"VelkWmiPci.dll"));
+        ASSERT_TRUE(dll);
+        auto provider = host_.MakeProvider(dll.Get(), host_.Class(L"Velk_PCISlotLocation"));
+        std::vector<velk::ComPtr<AnswerSink>> sinks;
+        for (int request = 0; request < 4; ++request) {
+            sinks.push_back(AnswerSink::Make());
+            ASSERT_EQ(provider->CreateInstanceEnumAsync(nullptr, 0, nullptr, sinks.back().Get()), S_OK);
+        }
+        // Now the workers alone keep the provider and the module, wherever they have got to.
+        ::Sleep(static_cast<DWORD>(round % 4));
+        provider.Reset();
+        dll.Reset();
+        for (const auto& sink : sinks) {
+            const auto& answer = sink->Finish(S_OK);
+            ASSERT_EQ(answer.statuses, std::vector<HRESULT>{S_OK});
+            ASSERT_EQ(answer.texts.size(), 6U);
+        }
+        sinks.clear();
+        ASSERT_TRUE(velktest::IsUnloaded(L"VelkWmiPci.dll")) << "round " << round;
+    }
+    const Usage after = Usage::Now();
+    std::printf("%d times loaded and unloaded\nbefore %s\nafter  %s\n", rounds, before.Text().c_str(),
+                after.Text().c_str());
+    EXPECT_EQ(CountInLog(L"DLL is loaded."), rounds);
+    EXPECT_EQ(CountInLog(L"DLL is unloaded."), rounds);
+    EXPECT_LE(after.handles, before.handles);
+    EXPECT_LE(after.threads, before.threads + 1);
+    EXPECT_LE(after.heapBytes, before.heapBytes + 2000);
+}
+
+}  // namespace
