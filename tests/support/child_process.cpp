@@ -1,10 +1,13 @@
 #include "support/child_process.h"
 
+#include "support/long_run.h"
+
 namespace velktest {
 
 namespace {
 
-constexpr DWORD kPatience = 60000;  // milliseconds: starting a process under Wine may take seconds
+/// Milliseconds: starting a process under Wine may take seconds, and a long run takes its time.
+const DWORD kPatience = IsLongRun() ? 3600000 : 60000;
 
 }  // namespace
 
