@@ -1,9 +1,9 @@
 #pragma once
 
-#include <new>
 #include <string_view>
 #include <utility>
 
+#include "common/memory_reserve.h"
 #include "common/platform.h"
 #include "common/text.h"
 
@@ -15,7 +15,7 @@ class Bstr {
     Bstr() noexcept = default;
     /// Copies the text, embedded zeros included. Throws std::bad_alloc.
     explicit Bstr(std::wstring_view text) : value_(Allocate(text)) {
-        if (value_ == nullptr) throw std::bad_alloc();
+        if (value_ == nullptr) ThrowOutOfMemory();
     }
     Bstr(Bstr&& other) noexcept : value_(other.Detach()) {}
     Bstr& operator=(Bstr&& other) noexcept {

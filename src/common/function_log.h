@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/common_log.h"
+#include "common/memory_reserve.h"
 
 namespace velk {
 
@@ -33,6 +34,7 @@ class FunctionLog {
         // A log without its mutex was never initialised: silent anyway, and not safe to touch from here.
         if (log == nullptr || log->LocalMutex() == nullptr) return;
         const LastErrorKeeper keeper;
+        RefillMemoryReserve();
         try {
             const KernelMutexGuard guard(log->LocalMutex());
             NameFunction(*log);

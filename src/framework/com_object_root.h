@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "common/memory_reserve.h"
 #include "common/platform.h"
 #include "framework/module_lock.h"
 
@@ -62,6 +63,7 @@ class CComObjectRootEx {
 /// raises, end it with E_OUTOFMEMORY (0x8007000E); no exception of any kind reaches the caller.
 template <class Body>
 HRESULT GuardEntryPoint(Body&& body) noexcept {
+    RefillMemoryReserve();
     try {
         return body();
     } catch (...) {

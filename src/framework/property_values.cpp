@@ -2,11 +2,11 @@
 
 #include <climits>
 #include <cstring>
-#include <new>
 #include <stdexcept>
 
 #include "common/com_ptr.h"
 #include "common/handle.h"
+#include "common/memory_reserve.h"
 #include "common/variant.h"
 
 namespace velk {
@@ -37,7 +37,7 @@ UniqueSafeArray MakeArray(VARTYPE elementType, std::size_t count) {
     if (count > ULONG_MAX) throw std::length_error("SAFEARRAY");
     SAFEARRAYBOUND bound = {static_cast<ULONG>(count), 0};
     UniqueSafeArray array(::SafeArrayCreate(elementType, 1, &bound));
-    if (!array) throw std::bad_alloc();
+    if (!array) ThrowOutOfMemory();
     return array;
 }
 
@@ -47,8 +47,7 @@ template <class Element>
 class ArrayElements {
   public:
     explicit ArrayElements(SAFEARRAY* array) : array_(array) {
-        if (FAILED(::SafeArrayAccessData(array, reinterpret_cast<void**>(&elements_))))
-            throw std::bad_alloc();
+        if (FAILED(::SafeArrayAccessData(array, reinterpret_cast<void**>(&elements_)))) ThrowOutOfMemory();
     }
     ~ArrayElements() { ::SafeArrayUnaccessData(array_); }
     ArrayElements(const ArrayElements&) = delete;

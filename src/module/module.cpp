@@ -2,6 +2,7 @@
 
 #include "common/common_log.h"
 #include "common/function_log.h"
+#include "common/memory_reserve.h"
 #include "common/mutex.h"
 #include "framework/com_object_root.h"
 #include "framework/module_lock.h"
@@ -42,6 +43,7 @@ HRESULT CVelkWmiPciModule::UnregisterServer() const noexcept {
 }
 
 bool LoadModule(HMODULE instance) noexcept {
+    MemoryReserveObject().Create();
     try {
         CommonLogObject().Create();
         CommonMutexObject().Create();
@@ -63,6 +65,7 @@ void UnloadModule() noexcept {
     g_module.Destroy();
     CommonMutexObject().Destroy();
     CommonLogObject().Destroy();
+    MemoryReserveObject().Destroy();
 }
 
 CVelkWmiPciModule* Module() noexcept { return g_module.Get(); }

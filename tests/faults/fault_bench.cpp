@@ -141,6 +141,7 @@ void FaultBench::Unload() {
     below_.clear();
     replay_.reset();
     dll_.Reset();
+    ImportFaults::FreeTlsIndexes();
 }
 
 void FaultBench::SetSmbiosSource(SmbiosSource source) { driverPresent = source == SmbiosSource::kDriver; }

@@ -234,6 +234,16 @@ struct FreeLibraryAndExitThreadImport {
     }
 };
 
+/// GCC's thread library takes a TLS index at the first exception and never frees it. The process has 1,088 of
+/// them, and a test loads the module more often than that.
+std::vector<DWORD> tlsIndexes;
+
+struct TlsAllocImport {
+    static inline decltype(&::TlsAlloc) original = nullptr;
+
+    static DWORD WINAPI Call() { return tlsIndexes.emplace_back(original()); }
+};
+
 /// Says what was going on before the process dies.
 struct AbortImport {
     static inline decltype(&::abort) original = nullptr;
@@ -365,6 +375,7 @@ std::vector<Row> Table() {
         Answers<"RegisterTypeLib", decltype(::RegisterTypeLib), kInjected>(),
         Answers<"UnRegisterTypeLib", decltype(::UnRegisterTypeLib), kInjected>(),
         Answers<"QueryPathOfRegTypeLib", decltype(::QueryPathOfRegTypeLib), kInjected, Fills<kText, 4>>(),
+        Special<TlsAllocImport>("TlsAlloc"),
         Special<AbortImport>("abort"),
     };
 }
@@ -391,6 +402,10 @@ void ImportFaults::FindOperatorNew(const std::function<void()>& allocates) {
     mallocCallers = nullptr;
     operatorNew =
         std::ranges::max_element(callers, {}, [](const auto& caller) { return caller.second; })->first;
+}
+
+void ImportFaults::FreeTlsIndexes() {
+    for (const DWORD index : std::exchange(tlsIndexes, {})) ::TlsFree(index);
 }
 
 void ImportFaults::RunThreads() {
@@ -486,7 +501,6 @@ std::set<std::string> UntouchedImports() {
         "SetThreadContext",
         "SetThreadPriority",
         "SuspendThread",
-        "TlsAlloc",
         "TlsSetValue",
         "TryEnterCriticalSection",
         "WaitForMultipleObjects",

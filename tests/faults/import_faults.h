@@ -30,6 +30,9 @@ class ImportFaults {
     /// the same calls in the same order.
     void RunThreads();
 
+    /// Frees what the compiler's thread library does not. To be called once the module is unloaded.
+    static void FreeTlsIndexes();
+
   private:
     std::vector<velkhost::ImportRedirect> redirects_;
 };

@@ -141,7 +141,7 @@ TEST_F(RegistrationFaults, OfRegistration) {
         Faults().Arm(failing, mode);
         const HRESULT result = Register();
         Faults().Disarm();
-        std::string complaint = before.Difference() + HeldLocks();
+        std::string complaint = HeldLocks();
         if (!IsAllowed(result)) complaint += "returned " + Hex(result) + "; ";
         // All or nothing; but where every call fails, undoing fails too.
         if (SUCCEEDED(result) && Entries() != all_) complaint += "success, and not everything is there; ";
@@ -149,7 +149,7 @@ TEST_F(RegistrationFaults, OfRegistration) {
             complaint += "a failure that left entries behind; ";
         if (Register() != S_OK || Entries() != all_) complaint += "the next registration is not whole; ";
         if (Unregister() != S_OK || Entries() != none_) complaint += "it cannot be taken back; ";
-        return complaint;
+        return complaint + before.Difference();
     });
 }
 
@@ -160,12 +160,12 @@ TEST_F(RegistrationFaults, OfRegistrationOverAnOlderOne) {
         Faults().Arm(failing, mode);
         const HRESULT result = Register();
         Faults().Disarm();
-        std::string complaint = before.Difference() + HeldLocks();
+        std::string complaint = HeldLocks();
         if (!IsAllowed(result)) complaint += "returned " + Hex(result) + "; ";
         // The older registration is put back.
         if (mode == FaultMode::kSingle && Entries() != all_) complaint += "entries are lost; ";
         if (Register() != S_OK || Entries() != all_) complaint += "the next registration is not whole; ";
-        return complaint;
+        return complaint + before.Difference();
     });
 }
 
@@ -176,11 +176,11 @@ TEST_F(RegistrationFaults, OfUnregistration) {
         Faults().Arm(failing, mode);
         const HRESULT result = Unregister();
         Faults().Disarm();
-        std::string complaint = before.Difference() + HeldLocks();
+        std::string complaint = HeldLocks();
         if (!IsAllowed(result)) complaint += "returned " + Hex(result) + "; ";
         if (Unregister() != S_OK || Entries() != none_)
             complaint += "the next one does not remove the rest; ";
-        return complaint;
+        return complaint + before.Difference();
     });
 }
 

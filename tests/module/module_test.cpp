@@ -6,6 +6,7 @@
 
 #include "common/com_ptr.h"
 #include "common/common_log.h"
+#include "common/memory_reserve.h"
 #include "common/mutex.h"
 #include "framework/module_lock.h"
 #include "module/class_table.h"
@@ -40,6 +41,7 @@ class ModuleTest : public testing::Test {
 
 TEST_F(ModuleTest, LoadMakesEveryObjectAndUnloadNone) {
     ASSERT_TRUE(Load());
+    EXPECT_NE(MemoryReserveObject().Get(), nullptr);
     EXPECT_NE(CommonLog(), nullptr);
     EXPECT_NE(CommonMutexObject().Get(), nullptr);
     EXPECT_NE(Module(), nullptr);
@@ -53,6 +55,7 @@ TEST_F(ModuleTest, LoadMakesEveryObjectAndUnloadNone) {
     EXPECT_EQ(PciDeviceListObject().Get(), nullptr);
     EXPECT_EQ(PciBridgeListObject().Get(), nullptr);
     EXPECT_EQ(SmbiosTableObject().Get(), nullptr);
+    EXPECT_EQ(MemoryReserveObject().Get(), nullptr);
 }
 
 TEST_F(ModuleTest, LoadAndUnloadAreLogged) {

@@ -101,7 +101,8 @@ velk::ComPtr<IWbemServices> ProviderHost::MakeProvider(HMODULE dll, const Served
     return provider;
 }
 
-HostedDll::HostedDll(velkhost::Machine machine) : host_(machine), dll_(::LoadLibraryW(L"VelkWmiPci.dll")) {
+HostedDll::HostedDll(std::shared_ptr<const ProviderHost> host, velkhost::Machine machine)
+    : host_(std::move(host)), dll_(::LoadLibraryW(L"VelkWmiPci.dll")) {
     if (!dll_) throw std::runtime_error("the DLL cannot be loaded");
     replay_.emplace(dll_.Get(), std::move(machine));
 }

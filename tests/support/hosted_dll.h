@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -77,7 +78,10 @@ class ProviderHost {
 class HostedDll {
   public:
     /// Throws std::runtime_error when the DLL cannot be loaded.
-    explicit HostedDll(velkhost::Machine machine);
+    explicit HostedDll(const velkhost::Machine& machine)
+        : HostedDll(std::make_shared<const ProviderHost>(machine), machine) {}
+    /// With a host that is there already, of the same machine.
+    HostedDll(std::shared_ptr<const ProviderHost> host, velkhost::Machine machine);
     /// Waits for the DLL's threads.
     ~HostedDll();
     HostedDll(const HostedDll&) = delete;
@@ -93,7 +97,7 @@ class HostedDll {
     }
 
   private:
-    std::optional<ProviderHost> host_;
+    std::shared_ptr<const ProviderHost> host_;
     velk::UniqueLibrary dll_;
     std::optional<velkhost::MachineReplay> replay_;
 };

@@ -1,0 +1,112 @@
+// Memory runs out in the middle of a request: not one allocation fails, but all of them, those that an
+// exception is made of included.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <memory>
+#include <thread>
+
+#include "memory_limit.h"
+#include "support/hosted_dll.h"
+#include "support/long_run.h"
+#include "support/project_folder.h"
+#include "support/provider_bench.h"
+#include "support/registry_fixture.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using velk::ComPtr;
+using velktest::Answer;
+using velktest::Enumerate;
+using velktest::Get;
+using velktest::HostedDll;
+using velktest::MemoryLimit;
+
+class MemoryFaults : public testing::TestWithParam<const wchar_t*> {
+  protected:
+    MemoryFaults() {
+        registry_.SetText(velktest::kCommonLogKey, L"LogFolder", folder_.Path());
+        registry_.SetText(velktest::kLegacyLogKey, L"LOGFILENAME", folder_.Path(L"legacy.log"));
+        registry_.SetDword(velktest::kCommonLogKey, L"LogLevel", 1);
+    }
+
+    using Request = Answer (*)(IWbemServices& provider, const std::wstring& path);
+
+    /// Makes the request with 0 bytes of memory, with a few more, ... until it needs no more than there is.
+    void Sweep(Request request) {
+        std::size_t refused = 0;
+        int runs = 0;
+        for (std::size_t bytes = 0;; bytes += velktest::IsLongRun() ? 16 : 16 + bytes / 8) {
+            const std::size_t refusals = RunOnce(request, bytes);
+            refused += refusals;
+            ++runs;
+            if (refusals == 0 || HasFatalFailure()) break;
+        }
+        std::printf("%d runs, %zu allocations refused\n", runs, refused);
+        EXPECT_GT(refused, 0U);
+    }
+
+  private:
+    /// How many allocations were refused.
+    std::size_t RunOnce(Request request, std::size_t bytes) {
+        // A DLL that was just loaded, and threads that have seen no exception yet.
+        HostedDll dll(host_, machine_);
+        const auto provider = dll.MakeProvider(GetParam());
+        const Answer expected = Enumerate(*provider);
+        EXPECT_FALSE(expected.paths.empty());
+        MemoryLimit limit(dll.Module());
+        std::size_t refused = 0;
+        // A second shortage finds the module as ready as the first.
+        for (int shortage = 0; shortage < 2; ++shortage) {
+            limit.Set(bytes);
+            const Answer answer = OnNewThread([&] { return request(*provider, expected.paths.front()); });
+            refused += limit.Refused();
+            limit.Lift();
+            Judge(answer, bytes);
+            EXPECT_EQ(Enumerate(*provider), expected) << "the next request, after " << bytes << " bytes";
+        }
+        return refused;
+    }
+
+    static Answer OnNewThread(const std::function<Answer()>& body) {
+        Answer answer;
+        std::thread([&] {
+            const velktest::Apartment apartment;
+            answer = body();
+        }).join();
+        return answer;
+    }
+
+    static void Judge(const Answer& answer, std::size_t bytes) {
+        EXPECT_LE(answer.statuses.size(), 1U) << bytes << " bytes";
+        EXPECT_LE(answer.indications, 1) << bytes << " bytes";
+        if (SUCCEEDED(answer.returned)) {
+            EXPECT_EQ(answer.statuses.size(), 1U) << bytes << " bytes";
+        }
+    }
+
+    velktest::RegistryFixture registry_;
+    velktest::TempFolder folder_;
+    velktest::Apartment apartment_;
+    const velkhost::Machine machine_ = velktest::LoadSampleMachine("tower-with-gaps");
+    const std::shared_ptr<const velktest::ProviderHost> host_ =
+        std::make_shared<const velktest::ProviderHost>(machine_);
+};
+
+TEST_P(MemoryFaults, OfEnumeration) {
+    Sweep([](IWbemServices& provider, const std::wstring&) { return Enumerate(provider); });
+}
+
+TEST_P(MemoryFaults, OfGettingAnInstance) { Sweep(&Get); }
+
+// One of each kind: a list of the module's, a thread of its own, an association that reads everything.
+INSTANTIATE_TEST_SUITE_P(SomeClasses, MemoryFaults,
+                         testing::Values(L"Velk_PCIDevice", L"Velk_PCISlotLocation", L"Velk_SystemPCISlot"),
+                         [](const auto& tested) {
+                             const std::wstring name = tested.param;
+                             return std::string(name.begin(), name.end());
+                         });
+
+}  // namespace

@@ -1,0 +1,101 @@
+#include "memory_limit.h"
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <limits>
+
+namespace velktest {
+
+namespace {
+
+constexpr long long kNoLimit = std::numeric_limits<long long>::max() / 2;
+
+std::atomic<long long> available = kNoLimit;  // bytes
+std::atomic<std::size_t> refused = 0;
+
+bool MayHave(std::size_t bytes) {
+    const auto wanted = static_cast<long long>(bytes);
+    if (available.fetch_sub(wanted) >= wanted) return true;
+    available += wanted;
+    ++refused;
+    return false;
+}
+
+// The stand-ins count what is asked for; a block that is given back counts by the size it was asked with.
+
+decltype(&::malloc) mallocBelow = nullptr;
+void* LimitedMalloc(std::size_t size) { return MayHave(size) ? mallocBelow(size) : nullptr; }
+
+decltype(&::calloc) callocBelow = nullptr;
+void* LimitedCalloc(std::size_t count, std::size_t size) {
+    return MayHave(count * size) ? callocBelow(count, size) : nullptr;
+}
+
+decltype(&::realloc) reallocBelow = nullptr;
+void* LimitedRealloc(void* block, std::size_t size) {
+    const std::size_t old = block != nullptr ? ::_msize(block) : 0;
+    if (size > old && !MayHave(size - old)) return nullptr;
+    if (size < old) available += static_cast<long long>(old - size);
+    return reallocBelow(block, size);
+}
+
+decltype(&::free) freeBelow = nullptr;
+void CountedFree(void* block) {
+    if (block != nullptr) available += static_cast<long long>(::_msize(block));
+    freeBelow(block);
+}
+
+decltype(&::HeapAlloc) heapAllocBelow = nullptr;
+void* WINAPI LimitedHeapAlloc(HANDLE heap, DWORD flags, SIZE_T size) {
+    return MayHave(size) ? heapAllocBelow(heap, flags, size) : nullptr;
+}
+
+decltype(&::HeapFree) heapFreeBelow = nullptr;
+BOOL WINAPI CountedHeapFree(HANDLE heap, DWORD flags, void* block) {
+    if (block != nullptr) available += static_cast<long long>(::HeapSize(heap, 0, block));
+    return heapFreeBelow(heap, flags, block);
+}
+
+decltype(&::SysAllocStringLen) sysAllocBelow = nullptr;
+BSTR WINAPI LimitedSysAllocStringLen(const OLECHAR* text, UINT length) {
+    return MayHave(length * sizeof(OLECHAR)) ? sysAllocBelow(text, length) : nullptr;
+}
+
+decltype(&::SysFreeString) sysFreeBelow = nullptr;
+void WINAPI CountedSysFreeString(BSTR text) {
+    available += static_cast<long long>(::SysStringByteLen(text));
+    sysFreeBelow(text);
+}
+
+}  // namespace
+
+MemoryLimit::MemoryLimit(HMODULE module) {
+    const auto redirect = [&]<class Function>(const char* name, Function standIn, Function& below) {
+        redirects_.emplace_back(module, name, reinterpret_cast<void*>(standIn));
+        below = redirects_.back().Original<Function>();
+    };
+    redirect("malloc", &LimitedMalloc, mallocBelow);
+    redirect("calloc", &LimitedCalloc, callocBelow);
+    redirect("realloc", &LimitedRealloc, reallocBelow);
+    redirect("free", &CountedFree, freeBelow);
+    redirect("HeapAlloc", &LimitedHeapAlloc, heapAllocBelow);
+    redirect("HeapFree", &CountedHeapFree, heapFreeBelow);
+    redirect("SysAllocStringLen", &LimitedSysAllocStringLen, sysAllocBelow);
+    redirect("SysFreeString", &CountedSysFreeString, sysFreeBelow);
+}
+
+MemoryLimit::~MemoryLimit() { Lift(); }
+
+void MemoryLimit::Set(std::size_t bytes) {
+    refused = 0;
+    available = static_cast<long long>(bytes);
+}
+
+void MemoryLimit::Lift() { available = kNoLimit; }
+
+std::size_t MemoryLimit::Refused() const { return refused; }
+
+}  // namespace velktest

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "host/import_redirect.h"
+
+namespace velktest {
+
+/// A process that may have no more than so much memory, as far as one module asks for it: all allocations of
+/// the module, those of its C++ run-time among them, are refused once they would exceed the limit, and what
+/// is given back can be had again. One at a time.
+class MemoryLimit {
+  public:
+    explicit MemoryLimit(HMODULE module);
+    ~MemoryLimit();
+    MemoryLimit(const MemoryLimit&) = delete;
+    MemoryLimit& operator=(const MemoryLimit&) = delete;
+
+    /// From now on the module may have so many bytes more than it has now.
+    void Set(std::size_t bytes);
+    void Lift();
+    /// How many allocations were refused since the limit was set.
+    std::size_t Refused() const;
+
+  private:
+    std::vector<velkhost::ImportRedirect> redirects_;
+};
+
+}  // namespace velktest
