@@ -101,9 +101,15 @@ velk::ComPtr<IWbemServices> ProviderHost::MakeProvider(HMODULE dll, const Served
     return provider;
 }
 
-HostedDll::HostedDll(std::shared_ptr<const ProviderHost> host, velkhost::Machine machine)
+HostedDll::HostedDll(std::shared_ptr<const ProviderHost> host, velkhost::Machine machine, DllMemory memory)
     : host_(std::move(host)), dll_(::LoadLibraryW(L"VelkWmiPci.dll")) {
     if (!dll_) throw std::runtime_error("the DLL cannot be loaded");
+    if (memory == DllMemory::kGuarded) {
+        // What it allocated while it was loaded is given back first, and allocated again.
+        CallDllMain(DLL_PROCESS_DETACH);
+        pageHeap_.emplace(dll_.Get());
+        CallDllMain(DLL_PROCESS_ATTACH);
+    }
     replay_.emplace(dll_.Get(), std::move(machine));
 }
 
@@ -112,8 +118,14 @@ HostedDll::~HostedDll() {
     const auto canUnloadNow = Export<HRESULT(WINAPI*)()>(dll_.Get(), "DllCanUnloadNow");
     BecomesTrue([&] { return canUnloadNow() == S_OK; });
     replay_.reset();
+    if (pageHeap_) CallDllMain(DLL_PROCESS_DETACH);
+    pageHeap_.reset();
     dll_.Reset();
     IsUnloaded(L"VelkWmiPci.dll");
+}
+
+void HostedDll::CallDllMain(DWORD reason) const {
+    Export<BOOL(WINAPI*)(HMODULE, DWORD, void*)>(dll_.Get(), "DllMain")(dll_.Get(), reason, nullptr);
 }
 
 bool IsUnloaded(const wchar_t* library) {

@@ -11,6 +11,7 @@
 #include "host/machine/machine_replay.h"
 #include "host/wmi_host.h"
 #include "support/fake_wbem.h"
+#include "support/page_heap.h"
 
 namespace velktest {
 
@@ -74,14 +75,21 @@ class ProviderHost {
     velk::ComPtr<IWbemServices> services_;
 };
 
+/// Where the DLL's memory comes from.
+enum class DllMemory {
+    kPlain,
+    kGuarded,  ///< a PageHeap
+};
+
 /// The shipped DLL in this process on a replayed machine. One at a time.
 class HostedDll {
   public:
     /// Throws std::runtime_error when the DLL cannot be loaded.
-    explicit HostedDll(const velkhost::Machine& machine)
-        : HostedDll(std::make_shared<const ProviderHost>(machine), machine) {}
+    explicit HostedDll(const velkhost::Machine& machine, DllMemory memory = DllMemory::kPlain)
+        : HostedDll(std::make_shared<const ProviderHost>(machine), machine, memory) {}
     /// With a host that is there already, of the same machine.
-    HostedDll(std::shared_ptr<const ProviderHost> host, velkhost::Machine machine);
+    HostedDll(std::shared_ptr<const ProviderHost> host, velkhost::Machine machine,
+              DllMemory memory = DllMemory::kPlain);
     /// Waits for the DLL's threads.
     ~HostedDll();
     HostedDll(const HostedDll&) = delete;
@@ -89,6 +97,8 @@ class HostedDll {
 
     HMODULE Module() const { return dll_.Get(); }
     const ProviderHost& Host() const { return *host_; }
+    /// May be changed between requests; what WMI knows of it stays.
+    velkhost::Machine& CurrentMachine() { return replay_->Current(); }
     velk::ComPtr<IWbemServices> MakeProvider(const ServedClass& served) const {
         return host_->MakeProvider(Module(), served);
     }
@@ -97,8 +107,12 @@ class HostedDll {
     }
 
   private:
+    /// The module's own load or unload code.
+    void CallDllMain(DWORD reason) const;
+
     std::shared_ptr<const ProviderHost> host_;
     velk::UniqueLibrary dll_;
+    std::optional<PageHeap> pageHeap_;
     std::optional<velkhost::MachineReplay> replay_;
 };
 
