@@ -1,0 +1,40 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+#include "common/handle.h"
+#include "common/mutex.h"
+#include "common/platform.h"
+#include "support/registry_fixture.h"
+#include "support/stand_ins.h"
+#include "support/temp_folder.h"
+
+namespace velktest {
+
+/// Locks that report to a legacy log of the test's own.
+class CMutexTest : public ::testing::Test {
+  protected:
+    static constexpr char kErrorLine[] =
+        " [03/07/2026 09:05:02:004] [Error] - Mutex::CreateSemaphore(Mutex) failed.  Last error:  ";
+
+    CMutexTest() {
+        registry_.SetText(kLegacyLogKey, L"LOGFILENAME", temp_.Path(L"legacy.log"));
+        mutex_.emplace();
+    }
+
+    std::string Written() const { return ReadBytes(temp_.Path(L"legacy.log")); }
+    static std::string ErrorLine(DWORD error) { return kErrorLine + std::to_string(error) + "\r\n"; }
+    static velk::UniqueHandle OpenMutex(const wchar_t* name) {
+        return velk::UniqueHandle(::OpenMutexW(MUTEX_ALL_ACCESS, FALSE, name));
+    }
+
+    RegistryFixture registry_;
+    TempFolder temp_;
+    FixedLocalTime time_;
+    std::optional<velk::CMutex> mutex_;
+};
+
+}  // namespace velktest
