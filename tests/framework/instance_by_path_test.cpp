@@ -1,0 +1,170 @@
+// Gets of one instance, by its path, from the provider template.
+
+#include <gmock/gmock.h>
+
+#include "common/com_ptr.h"
+#include "common/wbem_status.h"
+#include "framework/instance_provider_fixture.h"
+#include "support/log_capture.h"
+#include "support/recording_sink.h"
+
+namespace velk {
+namespace {
+
+using ::testing::ElementsAre;
+using velktest::g_computerNameError;
+using velktest::g_source;
+using velktest::InstanceProvider;
+using velktest::RecordingSink;
+using velktest::ThingProv;
+
+TEST_F(InstanceProvider, GetsTheInstanceThatThePathNames) {
+    g_source.names = {L"a", L"b"};
+    const ComPtr<ThingProv> provider = Provider();
+    velktest::LogCapture log;
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), S_OK);
+    EXPECT_THAT(DeliveredNames(), ElementsAre(L"b"));
+    EXPECT_THAT(Statuses(), ElementsAre(RecordingSink::Status{WBEM_STATUS_COMPLETE, S_OK}));
+    EXPECT_TRUE(sink->plainStatuses);
+    EXPECT_THAT(log.Lines(),
+                ElementsAre(L"[Verbose] CThingProv::GetObjectAsync| Entering",
+                            L"[Verbose] CThingProv::GetInstanceByPath| Entering",
+                            L"[Verbose] CThingProv::FillInstance| Entering",
+                            L"[Information] CThingProv::GetInstanceByPath| Returning instance by path"));
+}
+
+TEST_F(InstanceProvider, KeysMayComeInAnyOrderAndTheirNamesInAnyCase) {
+    g_source.names = {L"b"};
+    const ComPtr<ThingProv> provider = Provider();
+    EXPECT_EQ(Get(*provider.Get(), L"test_THING.systemname=\"SRV01\",NAME=\"b\""), S_OK);
+    EXPECT_EQ(Get(*provider.Get(), L"\\\\.\\root\\VKQ:Test_Thing.Name=\"b\",SystemName=\"SRV01\""), S_OK);
+}
+
+TEST_F(InstanceProvider, KeyValuesMustMatchExactly) {
+    g_source.names = {L"b"};
+    const ComPtr<ThingProv> provider = Provider();
+    EXPECT_EQ(Get(*provider.Get(), L"Test_Thing.Name=\"B\",SystemName=\"SRV01\""), kWbemNotFound);
+    EXPECT_EQ(Get(*provider.Get(), L"Test_Thing.Name=\"b\",SystemName=\"srv01\""), kWbemNotFound);
+}
+
+TEST_F(InstanceProvider, AMissingKeyCountsAsEmpty) {
+    g_source.names = {L"b", L""};
+    const ComPtr<ThingProv> provider = Provider();
+    EXPECT_EQ(Get(*provider.Get(), L"Test_Thing.SystemName=\"SRV01\""), S_OK);
+    EXPECT_THAT(DeliveredNames(), ElementsAre(L""));
+}
+
+TEST_F(InstanceProvider, UnknownKeysAreIgnored) {
+    g_source.names = {L"b"};
+    const ComPtr<ThingProv> provider = Provider();
+    EXPECT_EQ(Get(*provider.Get(), L"Test_Thing.Name=\"b\",Colour=\"red\",SystemName=\"SRV01\""), S_OK);
+}
+
+TEST_F(InstanceProvider, KeysThatAreNoTextAreIgnored) {
+    g_source.names = {L"7"};
+    const ComPtr<ThingProv> provider = Provider();
+    EXPECT_EQ(Get(*provider.Get(), L"Test_Thing.Name=7,SystemName=\"SRV01\""), kWbemNotFound);
+    EXPECT_EQ(Get(*provider.Get(), L"Test_Thing.Name=\"7\",SystemName=\"SRV01\""), S_OK);
+}
+
+TEST_F(InstanceProvider, TheFirstRecordThatMatchesWins) {
+    g_source.names = {L"b", L"b"};
+    const ComPtr<ThingProv> provider = Provider();
+    Get(*provider.Get(), kPathOfB);
+    EXPECT_EQ(classObject->spawned.size(), 1u);
+}
+
+class PathsThatNameNoInstance : public InstanceProvider,
+                                public ::testing::WithParamInterface<const wchar_t*> {};
+
+TEST_P(PathsThatNameNoInstance, AreRefusedWithoutASetStatus) {
+    g_source.names = {L"b"};
+    const ComPtr<ThingProv> provider = Provider();
+    EXPECT_EQ(Get(*provider.Get(), GetParam()), kWbemInvalidParameter);
+    EXPECT_TRUE(sink->statuses.empty());
+    EXPECT_TRUE(sink->indications.empty());
+    EXPECT_EQ(g_source.rebuilds, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(InstanceProvider, PathsThatNameNoInstance,
+                         ::testing::Values(L"Other_Thing.Name=\"b\",SystemName=\"SRV01\"", L"Test_Thing", L"",
+                                           L"Test_Thing.Name=", L"\\\\.\\root\\VKQ", L"Test_Thing.Name=\"b"));
+
+TEST_F(InstanceProvider, ANullPathIsRefused) {
+    const ComPtr<ThingProv> provider = Provider();
+    sink = RecordingSink::Make();
+    EXPECT_EQ(provider->GetObjectAsync(nullptr, 0, nullptr, sink.Get()), kWbemInvalidParameter);
+}
+
+TEST_F(InstanceProvider, AGetThatFindsNothingSaysSoWithoutASetStatus) {
+    g_source.names = {L"a"};
+    const ComPtr<ThingProv> provider = Provider();
+    velktest::LogCapture log;
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), kWbemNotFound);
+    EXPECT_TRUE(sink->statuses.empty());
+    EXPECT_EQ(log.Lines().back(), L"[Error] CThingProv::GetInstanceByPath| Cannot return instance by path");
+}
+
+TEST_F(InstanceProvider, EveryCauseOfAFailedGetIsNotFound) {
+    g_source.names = {L"b"};
+    const ComPtr<ThingProv> provider = Provider();
+    g_source.succeeds = false;
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), kWbemNotFound) << "the rebuild failed";
+    g_source.succeeds = true;
+    classObject->spawnStatus = kWbemOutOfMemory;
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), kWbemNotFound) << "the spawn failed";
+    classObject->spawnStatus = S_OK;
+    classObject->FailPut(L"Name", kWbemOutOfMemory);
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), kWbemNotFound) << "a write failed";
+    EXPECT_TRUE(sink->statuses.empty());
+    EXPECT_TRUE(sink->indications.empty());
+}
+
+TEST_F(InstanceProvider, AGetWithoutAComputerNameFails) {
+    g_source.names = {L"b"};
+    const ComPtr<ThingProv> provider = Provider();
+    g_computerNameError = ERROR_ACCESS_DENIED;
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), kWbemFailed);
+    EXPECT_TRUE(sink->statuses.empty());
+    EXPECT_EQ(g_source.rebuilds, 0);
+}
+
+TEST_F(InstanceProvider, AGetRebuildsTheListAndLeavesTheCacheAlone) {
+    g_source.names = {L"b"};
+    const ComPtr<ThingProv> provider = Provider();
+    Enumerate(*provider.Get());
+    const auto cached = Delivered();
+    Get(*provider.Get(), kPathOfB);
+    EXPECT_EQ(g_source.rebuilds, 2);
+    EXPECT_NE(Delivered().front().Get(), cached.front().Get())
+        << "the list changed: a freshly filled instance";
+}
+
+TEST_F(InstanceProvider, AGetHandsOutTheCachedInstanceWhenTheGenerationIsTheCachesOwn) {
+    g_source.names = {L"b"};
+    const ComPtr<ThingProv> provider = Provider();
+    Enumerate(*provider.Get());
+    const auto cached = Delivered();
+    // A failed rebuild sets the generation back, so that the next good one is again the one that the cache
+    // was made of.
+    g_source.succeeds = false;
+    Get(*provider.Get(), kPathOfB);
+    g_source.succeeds = true;
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), S_OK);
+    EXPECT_EQ(Delivered().front().Get(), cached.front().Get());
+}
+
+TEST_F(InstanceProvider, ACacheThatIsShorterThanTheListIsNotReadBeyondItsEnd) {
+    g_source.names = {L"a"};
+    const ComPtr<ThingProv> provider = Provider();
+    Enumerate(*provider.Get());
+    g_source.succeeds = false;
+    Get(*provider.Get(), kPathOfB);
+    g_source.succeeds = true;
+    g_source.names = {L"a", L"b"};
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), S_OK);
+    EXPECT_THAT(DeliveredNames(), ElementsAre(L"b"));
+}
+
+}  // namespace
+}  // namespace velk
