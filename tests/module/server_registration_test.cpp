@@ -1,71 +1,30 @@
 #include "module/server_registration.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
+#include <string>
 #include <utility>
 
-#include "common/bstr.h"
-#include "common/com_ptr.h"
-#include "module/identifiers.h"
+#include "module/class_table.h"
+#include "module/registrar.h"
+#include "module/registry_script.h"
+#include "module/server_registration_fixture.h"
 #include "support/registry_tree.h"
 #include "support/stand_ins.h"
 
 namespace {
 
 using namespace velk;
+using velktest::AppIdText;
+using velktest::kFirstClsid;
+using velktest::kSecondClsid;
+using velktest::kTable;
+using velktest::ProgramPath;
 using velktest::ReadRegistryTree;
+using velktest::Registered;
 using velktest::RegistryTree;
+using velktest::ServerRegistrationTest;
 using velktest::StandIn;
-
-constexpr wchar_t kClasses[] = L"Software\\Classes";
-constexpr wchar_t kFirstClsid[] = L"{11111111-2222-3333-4444-555555555501}";
-constexpr wchar_t kSecondClsid[] = L"{11111111-2222-3333-4444-555555555502}";
-
-constexpr CLSID TestClsid(unsigned char last) {
-    return {0x11111111, 0x2222, 0x3333, {0x44, 0x44, 0x55, 0x55, 0x55, 0x55, 0x55, last}};
-}
-
-HRESULT Unused(REFIID, void**) { return E_NOTIMPL; }
-
-// Two classes of no server, so that a registration of the real ones in the same registry is not disturbed.
-constexpr ClassTableEntry kTable[] = {
-    {TestClsid(1), L"VelkRegTest.First.1", L"VelkRegTest.First", L"CFirst Object", &Unused},
-    {TestClsid(2), L"VelkRegTest.Second.1", L"VelkRegTest.Second", L"CSecond Object", &Unused},
-};
-
-/// Asked for once, before any stand-in answers in the system's place.
-const std::wstring& ProgramPath() {
-    static const std::wstring program = [] {
-        wchar_t path[MAX_PATH] = {};
-        ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-        return std::wstring(path);
-    }();
-    return program;
-}
-
-std::wstring AppIdText() {
-    wchar_t text[39] = {};
-    ::StringFromGUID2(kAppId, text, 39);
-    return text;
-}
-
-/// Everything that stands in the keys of the AppID and of the two classes.
-RegistryTree Registered(HKEY root = HKEY_LOCAL_MACHINE) {
-    const std::wstring keys[] = {L"AppID\\" + AppIdText(),
-                                 L"AppID\\VelkWmiPci.DLL",
-                                 L"VelkRegTest.First.1",
-                                 L"VelkRegTest.First",
-                                 L"VelkRegTest.Second.1",
-                                 L"VelkRegTest.Second",
-                                 std::wstring(L"CLSID\\") + kFirstClsid,
-                                 std::wstring(L"CLSID\\") + kSecondClsid};
-    RegistryTree all;
-    for (const std::wstring& key : keys) {
-        for (const auto& [path, value] : ReadRegistryTree(root, std::wstring(kClasses) + L"\\" + key))
-            all[key + path] = value;
-    }
-    return all;
-}
 
 void AddClass(RegistryTree& tree, const ClassTableEntry& entry, const std::wstring& clsid) {
     const std::wstring progId = entry.progId;
@@ -103,22 +62,6 @@ RegistryTree Expected() {
     AddClass(tree, kTable[1], kSecondClsid);
     return tree;
 }
-
-class ServerRegistrationTest : public testing::Test {
-  protected:
-    ServerRegistrationTest() {
-        ProgramPath();
-        Unregister();
-    }
-    ~ServerRegistrationTest() override { Unregister(); }
-
-    static HRESULT Register(RegistrationScope scope = RegistrationScope::kMachine) {
-        return RegisterServer(::GetModuleHandleW(nullptr), kTable, scope);
-    }
-    static HRESULT Unregister(RegistrationScope scope = RegistrationScope::kMachine) {
-        return UnregisterServer(::GetModuleHandleW(nullptr), kTable, scope);
-    }
-};
 
 TEST_F(ServerRegistrationTest, RegistryEqualsTheListKeyForKey) {
     EXPECT_EQ(Register(), S_OK);
@@ -252,109 +195,6 @@ TEST_F(ServerRegistrationTest, StandardReplacementsAreOfferedToEveryScript) {
     EXPECT_EQ(replacements[1].second, LongPath());
     EXPECT_EQ(replacements[2].first, L"APPID");
     EXPECT_EQ(replacements[2].second, AppIdText());
-}
-
-// The type library.
-
-std::wstring TypeLibraryKey() {
-    wchar_t text[39] = {};
-    ::StringFromGUID2(kTypeLibraryId, text, 39);
-    return std::wstring(L"TypeLib\\") + text;
-}
-
-RegistryTree RegisteredTypeLibrary() { return ReadRegistryTree(HKEY_CLASSES_ROOT, TypeLibraryKey()); }
-
-TEST_F(ServerRegistrationTest, TypeLibraryIsRegisteredWithTheServer) {
-    ASSERT_EQ(Register(), S_OK);
-    RegistryTree tree = RegisteredTypeLibrary();
-    EXPECT_EQ(tree[L"\\1.0:"], L"s:VelkWmiPci 1.0 Type Library");
-    EXPECT_EQ(tree[L"\\1.0\\0\\win64:"], L"s:" + ProgramPath());
-    ASSERT_EQ(Unregister(), S_OK);
-    EXPECT_TRUE(RegisteredTypeLibrary().empty());
-}
-
-HRESULT WINAPI RefuseToRegister(ITypeLib*, OLECHAR*, OLECHAR*) { return TYPE_E_REGISTRYACCESS; }
-
-TEST_F(ServerRegistrationTest, TypeLibraryThatCannotBeRegisteredUndoesTheRest) {
-    const StandIn failing("RegisterTypeLib", &RefuseToRegister);
-    EXPECT_EQ(Register(), TYPE_E_REGISTRYACCESS);
-    EXPECT_TRUE(Registered().empty());
-}
-
-HRESULT WINAPI LoadNoTypeLibrary(LPCOLESTR, REGKIND, ITypeLib**) { return TYPE_E_CANTLOADLIBRARY; }
-
-TEST_F(ServerRegistrationTest, MissingTypeLibraryIsReported) {
-    const StandIn failing("LoadTypeLibEx", &LoadNoTypeLibrary);
-    EXPECT_EQ(Register(), TYPE_E_CANTLOADLIBRARY);
-    EXPECT_TRUE(Registered().empty());
-}
-
-std::vector<std::string> g_functions;
-HRESULT WINAPI RegisterForUser(ITypeLib*, OLECHAR*, OLECHAR*) { return S_FALSE; }
-HRESULT WINAPI UnregisterForUser(REFGUID, WORD, WORD, LCID, SYSKIND) { return S_OK; }
-
-FARPROC WINAPI FindUserFunctions(HMODULE module, const char* name) {
-    EXPECT_EQ(module, ::GetModuleHandleW(L"OLEAUT32.DLL"));
-    g_functions.emplace_back(name);
-    const bool registers = g_functions.back() == "RegisterTypeLibForUser";
-    return reinterpret_cast<FARPROC>(registers ? reinterpret_cast<void*>(&RegisterForUser)
-                                               : reinterpret_cast<void*>(&UnregisterForUser));
-}
-
-TEST_F(ServerRegistrationTest, UserScopeRegistersTheTypeLibraryForTheUser) {
-    g_functions.clear();
-    const StandIn find("GetProcAddress", &FindUserFunctions);
-    EXPECT_EQ(Register(RegistrationScope::kUser), S_OK);
-    EXPECT_TRUE(RegisteredTypeLibrary().empty());
-    EXPECT_EQ(Unregister(RegistrationScope::kUser), S_OK);
-    EXPECT_THAT(g_functions, testing::ElementsAre("RegisterTypeLibForUser", "UnRegisterTypeLibForUser"));
-}
-
-FARPROC WINAPI FindNoFunction(HMODULE, const char*) { return nullptr; }
-
-TEST_F(ServerRegistrationTest, SystemWithoutUserTypeLibrariesFailsTheUsersRegistration) {
-    {
-        const StandIn find("GetProcAddress", &FindNoFunction);
-        EXPECT_EQ(Register(RegistrationScope::kUser), HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND));
-    }
-    EXPECT_TRUE(Registered(HKEY_CURRENT_USER).empty());
-}
-
-TEST(TypeLibraryTest, NamesOneClassPerProvider) {
-    ComPtr<ITypeLib> library;
-    ASSERT_EQ(::LoadTypeLibEx(ProgramPath().c_str(), REGKIND_NONE, library.Put()), S_OK);
-    Bstr description;
-    ASSERT_EQ(library->GetDocumentation(-1, nullptr, description.Put(), nullptr, nullptr), S_OK);
-    EXPECT_EQ(description.View(), L"VelkWmiPci 1.0 Type Library");
-    TLIBATTR* attributes = nullptr;
-    ASSERT_EQ(library->GetLibAttr(&attributes), S_OK);
-    EXPECT_TRUE(::IsEqualGUID(attributes->guid, kTypeLibraryId));
-    EXPECT_EQ(attributes->syskind, SYS_WIN64);
-    library->ReleaseTLibAttr(attributes);
-
-    const std::pair<CLSID, std::wstring> classes[] = {
-        {kClsidVelkPCIBridgeProv, L"VelkPCIBridgeProv"},
-        {kClsidVelkPCICardProv, L"VelkPCICardProv"},
-        {kClsidVelkPCICardInSlotProv, L"VelkPCICardInSlotProv"},
-        {kClsidVelkPCIDeviceProv, L"VelkPCIDeviceProv"},
-        {kClsidVelkPCISlotProv, L"VelkPCISlotProv"},
-        {kClsidVelkPCISlotElementLocationProv, L"VelkPCISlotElementLocationProv"},
-        {kClsidVelkPCISlotLocationProv, L"VelkPCISlotLocationProv"},
-        {kClsidVelkRealizesPCIDeviceProv, L"VelkRealizesPCIDeviceProv"},
-        {kClsidVelkSystemPCIDeviceProv, L"VelkSystemPCIDeviceProv"},
-        {kClsidVelkSystemPCISlotProv, L"VelkSystemPCISlotProv"},
-    };
-    EXPECT_EQ(library->GetTypeInfoCount(), std::size(classes));
-    for (const auto& [clsid, name] : classes) {
-        SCOPED_TRACE(testing::PrintToString(name));
-        ComPtr<ITypeInfo> info;
-        ASSERT_EQ(library->GetTypeInfoOfGuid(clsid, info.Put()), S_OK);
-        Bstr found;
-        Bstr help;
-        ASSERT_EQ(info->GetDocumentation(MEMBERID_NIL, found.Put(), help.Put(), nullptr, nullptr), S_OK);
-        EXPECT_EQ(found.View(), name);
-        EXPECT_EQ(help.View(), name + L" Class");
-    }
 }
 
 }  // namespace
