@@ -1,16 +1,21 @@
 #pragma once
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/bstr.h"
+#include "common/com_ptr.h"
 #include "common/variant.h"
 #include "host/com/class_factory.h"
-#include "host/com/wbem_codes.h"
+#include "host/com/com_object.h"
+#include "host/model/repository.h"
 #include "host/services/read_only_services.h"
 #include "host/wmi_host.h"
 
@@ -164,9 +169,9 @@ class FakeProviderInit final : public velkhost::ComObject<IWbemProviderInit> {
 
 /// A host with the classes above, the fake provider registered in process, and everything reported. At the
 /// end every COM object of the host must be gone.
-class ServicesFixture : public ::testing::Test {
+class ServicesTest : public ::testing::Test {
   protected:
-    ServicesFixture() {
+    ServicesTest() {
         velkhost::Repository repository(L"SRV01");
         repository.LoadMof(kServicesMof, "services.mof");
         velkhost::HostOptions options;
