@@ -167,7 +167,7 @@ TEST_F(HostileDevices, PropertiesWithBytesChangedAtRandomCostTheirDeviceAtMost) 
     const auto below = [&](std::size_t end) {
         return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
     };
-    const int machines = IsLongRun() ? 20000 : 100;
+    const int machines = IsLongRun() ? 5000 : 100;
     for (int number = 0; number < machines; ++number) {
         SCOPED_TRACE("machine " + std::to_string(number));
         velkhost::PnpDevice device = SaneDevice();
@@ -290,7 +290,7 @@ TEST_F(HostileTables, OnesWithBytesChangedAtRandomAreAnswered) {
     const auto below = [&](std::size_t end) {
         return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
     };
-    const int machines = IsLongRun() ? 2000 : 15;
+    const int machines = IsLongRun() ? 1000 : 15;
     for (int number = 0; number < machines; ++number) {
         SCOPED_TRACE("table " + std::to_string(number));
         Bytes table = machine_.smbios->table;

@@ -27,7 +27,7 @@ using velktest::IsLongRun;
 using velktest::ServedClass;
 using velktest::Usage;
 
-/// A server of 42 PCI functions and bridges, and what each class answers while nobody else asks.
+/// A server of 32 PCI functions and bridges, and what each class answers while nobody else asks.
 class ProvidersLoad : public testing::Test {
   protected:
     ProvidersLoad() {
