@@ -35,6 +35,18 @@ class HostileMachines : public testing::Test {
     velktest::Apartment apartment_;
 };
 
+/// The same numbers in every run.
+class Random {
+  public:
+    /// From 0 to `end` - 1.
+    std::size_t Below(std::size_t end) {
+        return std::uniform_int_distribution<std::size_t>(0, end - 1)(engine_);
+    }
+
+  private:
+    std::mt19937 engine_{20261121};
+};
+
 // Device properties.
 
 constexpr DWORD kProperties[] = {
@@ -162,20 +174,16 @@ TEST_F(HostileDevices, AnOddPropertyCostsItsDeviceAtMost) {
 }
 
 TEST_F(HostileDevices, PropertiesWithBytesChangedAtRandomCostTheirDeviceAtMost) {
-    // Fixed, so that every run is the same.
-    std::mt19937 random(20261121);
-    const auto below = [&](std::size_t end) {
-        return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
-    };
+    Random random;
     const int machines = IsLongRun() ? 5000 : 100;
     for (int number = 0; number < machines; ++number) {
         SCOPED_TRACE("machine " + std::to_string(number));
         velkhost::PnpDevice device = SaneDevice();
         for (const DWORD property : kProperties) {
             auto& bytes = device.properties[property].bytes;
-            for (std::size_t change = below(4); change > 0; --change)
-                bytes[below(bytes.size())] = static_cast<BYTE>(below(256));
-            if (below(4) == 0) bytes.resize(below(bytes.size() + 1));
+            for (std::size_t change = random.Below(4); change > 0; --change)
+                bytes[random.Below(bytes.size())] = static_cast<BYTE>(random.Below(256));
+            if (random.Below(4) == 0) bytes.resize(random.Below(bytes.size() + 1));
         }
         ExpectTheOthersUnchanged(device);
     }
@@ -286,17 +294,14 @@ TEST_F(HostileTables, TheLargestIsAnswered) {
 }
 
 TEST_F(HostileTables, OnesWithBytesChangedAtRandomAreAnswered) {
-    std::mt19937 random(20261121);
-    const auto below = [&](std::size_t end) {
-        return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
-    };
+    Random random;
     const int machines = IsLongRun() ? 1000 : 15;
     for (int number = 0; number < machines; ++number) {
         SCOPED_TRACE("table " + std::to_string(number));
         Bytes table = machine_.smbios->table;
-        for (std::size_t change = 1 + below(8); change > 0; --change)
-            table[below(table.size())] = static_cast<std::uint8_t>(below(256));
-        if (below(3) == 0) table.resize(1 + below(table.size()));
+        for (std::size_t change = 1 + random.Below(8); change > 0; --change)
+            table[random.Below(table.size())] = static_cast<std::uint8_t>(random.Below(256));
+        if (random.Below(3) == 0) table.resize(1 + random.Below(table.size()));
         ExpectAnswers(table);
     }
 }
