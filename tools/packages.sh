@@ -1,4 +1,4 @@
-# Sourced by ./run and ./test. need PROGRAM:PACKAGE... installs what is missing with apt where that is allowed, else says
+# Sourced by the commands. need PROGRAM:PACKAGE... installs what is missing with apt where that is allowed, else says
 # what to install and ends. A name with a slash is a file that must exist instead of a program.
 
 missing_packages() {

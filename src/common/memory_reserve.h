@@ -28,7 +28,9 @@ class MemoryReserve {
 /// The one that the module's allocations give back. Created before everything else, destroyed after it.
 ModuleObject<MemoryReserve>& MemoryReserveObject() noexcept;
 
-/// To be called wherever a thread enters the module; costs two loads when nothing is to be done.
+/// To be called wherever a thread enters the module, before it allocates: by the guard of the entry points,
+/// by the log, whose "Entering" comes before that, and by the module's own thread. Costs two loads when
+/// nothing is to be done.
 void RefillMemoryReserve() noexcept;
 
 /// Gives the reserve back and throws std::bad_alloc.

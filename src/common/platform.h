@@ -20,7 +20,7 @@
 // wmiutils.h follows wbemidl.h: it uses its types.
 #include <wmiutils.h>
 
-#include <new>
+#include <new>  // tells by __GLIBCXX__ whose library it is
 
 #ifdef __GLIBCXX__
 // Exported by GCC's run-time library, and declared in no header.
@@ -31,9 +31,9 @@ void __freeres();
 
 namespace velk {
 
-/// Frees what the C++ run-time linked into this module allocated when the module was loaded and gives back to
-/// nobody: with GCC some 70 KB, the memory for exceptions that cannot be allocated. The last call of a module
-/// that is being unloaded; no exception may follow.
+/// Frees what the C++ run-time linked into this module allocated when the module was loaded and never frees
+/// itself: with GCC some 70 KB, a pool for exceptions that malloc has no memory for. The last call of a
+/// module that is being unloaded; an exception that followed would have malloc alone.
 inline void FreeRuntimeMemory() noexcept {
 #ifdef __GLIBCXX__
     __gnu_cxx::__freeres();

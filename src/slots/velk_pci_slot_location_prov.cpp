@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "common/handle.h"
+#include "common/memory_reserve.h"
 #include "framework/module_lock.h"
 
 namespace velk {
@@ -101,6 +102,7 @@ DWORD WINAPI CVelkPCISlotLocationProv::EnumWorkerProc(void* parameter) noexcept 
 }
 
 void CVelkPCISlotLocationProv::Answer(EnumRequest& request) noexcept {
+    RefillMemoryReserve();
     const ComApartment apartment;
     const HRESULT result = request.provider->EnumerateTo(request.sink.Get());
     // After the provider's lock is released: the status may make the client ask again at once.

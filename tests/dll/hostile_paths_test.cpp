@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <optional>
+
 #include "common/wbem_status.h"
 #include "support/hosted_dll.h"
 #include "support/project_folder.h"

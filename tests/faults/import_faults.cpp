@@ -49,8 +49,8 @@ struct CreateThreadImport {
 
 /// Where calls of malloc return to, and how often; while this is null they are not counted.
 std::map<const void*, int>* mallocCallers = nullptr;
-/// The one that is operator new. All others are the compiler's run-time making an exception: memory without
-/// which there is no exception, and the run-time ends the process.
+/// The one that is operator new. The others are the memory reserve, whose failure is none, and the compiler's
+/// run-time making an exception: what happens without memory for that is tried by a MemoryLimit.
 const void* operatorNew = nullptr;
 
 struct MallocImport {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <thread>
 
@@ -17,7 +18,6 @@
 
 namespace {
 
-using velk::ComPtr;
 using velktest::Answer;
 using velktest::Enumerate;
 using velktest::Get;
@@ -42,7 +42,7 @@ class MemoryFaults : public testing::TestWithParam<const wchar_t*> {
             const std::size_t refusals = RunOnce(request, bytes);
             refused += refusals;
             ++runs;
-            if (refusals == 0 || HasFatalFailure()) break;
+            if (refusals == 0) break;
         }
         std::printf("%d runs, %zu allocations refused\n", runs, refused);
         EXPECT_GT(refused, 0U);
@@ -53,10 +53,11 @@ class MemoryFaults : public testing::TestWithParam<const wchar_t*> {
     std::size_t RunOnce(Request request, std::size_t bytes) {
         // A DLL that was just loaded, and threads that have seen no exception yet.
         HostedDll dll(host_, machine_);
+        MemoryLimit limit(dll.Module());
         const auto provider = dll.MakeProvider(GetParam());
         const Answer expected = Enumerate(*provider);
         EXPECT_FALSE(expected.paths.empty());
-        MemoryLimit limit(dll.Module());
+        if (expected.paths.empty()) return 0;
         std::size_t refused = 0;
         // A second shortage finds the module as ready as the first.
         for (int shortage = 0; shortage < 2; ++shortage) {
@@ -64,7 +65,7 @@ class MemoryFaults : public testing::TestWithParam<const wchar_t*> {
             const Answer answer = OnNewThread([&] { return request(*provider, expected.paths.front()); });
             refused += limit.Refused();
             limit.Lift();
-            Judge(answer, bytes);
+            Judge(request == &Get, answer, bytes);
             EXPECT_EQ(Enumerate(*provider), expected) << "the next request, after " << bytes << " bytes";
         }
         return refused;
@@ -79,12 +80,17 @@ class MemoryFaults : public testing::TestWithParam<const wchar_t*> {
         return answer;
     }
 
-    static void Judge(const Answer& answer, std::size_t bytes) {
-        EXPECT_LE(answer.statuses.size(), 1U) << bytes << " bytes";
-        EXPECT_LE(answer.indications, 1) << bytes << " bytes";
-        if (SUCCEEDED(answer.returned)) {
-            EXPECT_EQ(answer.statuses.size(), 1U) << bytes << " bytes";
+    /// A status reported is the one returned, unless it comes from the thread of the slot locations. An
+    /// enumeration reports one always, but where that thread could not be started; a get that failed none.
+    void Judge(bool isGet, const Answer& answer, std::size_t bytes) const {
+        SCOPED_TRACE(std::to_string(bytes) + " bytes");
+        const bool onThread = !isGet && std::wstring(GetParam()) == L"Velk_PCISlotLocation";
+        const bool owesStatus = SUCCEEDED(answer.returned) || !(isGet || onThread);
+        ASSERT_EQ(answer.statuses.size(), owesStatus ? 1U : 0U);
+        if (owesStatus && !onThread) {
+            EXPECT_EQ(answer.statuses[0], answer.returned);
         }
+        EXPECT_LE(answer.indications, 1);
     }
 
     velktest::RegistryFixture registry_;

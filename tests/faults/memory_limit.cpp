@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <limits>
+#include <utility>
 
 namespace velktest {
 
@@ -42,9 +43,12 @@ void* LimitedRealloc(void* block, std::size_t size) {
     return reallocBelow(block, size);
 }
 
+/// Of a larger block others in the process take the rest, before the module asks again.
+constexpr std::size_t kMostBack = 4096;
+
 decltype(&::free) freeBelow = nullptr;
 void CountedFree(void* block) {
-    if (block != nullptr) available += static_cast<long long>(::_msize(block));
+    if (block != nullptr) available += static_cast<long long>(std::min(::_msize(block), kMostBack));
     freeBelow(block);
 }
 
@@ -70,9 +74,21 @@ void WINAPI CountedSysFreeString(BSTR text) {
     sysFreeBelow(text);
 }
 
+decltype(&::SafeArrayCreate) safeArrayBelow = nullptr;
+SAFEARRAY* WINAPI LimitedSafeArrayCreate(VARTYPE type, UINT dimensions, SAFEARRAYBOUND* bounds) {
+    return MayHave(bounds->cElements * sizeof(void*)) ? safeArrayBelow(type, dimensions, bounds) : nullptr;
+}
+
+/// GCC's thread library takes a TLS index at the first exception and never frees it; the process has 1,088.
+std::vector<DWORD> tlsIndexes;
+decltype(&::TlsAlloc) tlsAllocBelow = nullptr;
+DWORD WINAPI NotedTlsAlloc() { return tlsIndexes.emplace_back(tlsAllocBelow()); }
+
 }  // namespace
 
 MemoryLimit::MemoryLimit(HMODULE module) {
+    // Of the module that was loaded before, and is not any more.
+    for (const DWORD index : std::exchange(tlsIndexes, {})) ::TlsFree(index);
     const auto redirect = [&]<class Function>(const char* name, Function standIn, Function& below) {
         redirects_.emplace_back(module, name, reinterpret_cast<void*>(standIn));
         below = redirects_.back().Original<Function>();
@@ -84,6 +100,8 @@ MemoryLimit::MemoryLimit(HMODULE module) {
     redirect("HeapAlloc", &LimitedHeapAlloc, heapAllocBelow);
     redirect("HeapFree", &CountedHeapFree, heapFreeBelow);
     redirect("SysAllocStringLen", &LimitedSysAllocStringLen, sysAllocBelow);
+    redirect("SafeArrayCreate", &LimitedSafeArrayCreate, safeArrayBelow);
+    redirect("TlsAlloc", &NotedTlsAlloc, tlsAllocBelow);
     redirect("SysFreeString", &CountedSysFreeString, sysFreeBelow);
 }
 

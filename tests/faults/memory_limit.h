@@ -8,8 +8,9 @@
 namespace velktest {
 
 /// A process that may have no more than so much memory, as far as one module asks for it: all allocations of
-/// the module, those of its C++ run-time among them, are refused once they would exceed the limit, and what
-/// is given back can be had again. One at a time.
+/// the module, those of its C++ run-time among them, are refused once they would exceed the limit. Of what is
+/// given back up to 4 KB a block can be had again. One at a time; to be made while the module is idle and
+/// destroyed before it is unloaded.
 class MemoryLimit {
   public:
     explicit MemoryLimit(HMODULE module);

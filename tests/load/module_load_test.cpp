@@ -41,6 +41,7 @@ class ModuleLoad : public testing::Test {
 
 TEST_F(ModuleLoad, UnloadsWithSlotLocationWorkersInFlight) {
     constexpr int kWarmUp = 10;
+    constexpr DWORD kRequests = 4;
     const int rounds = kWarmUp + (IsLongRun() ? 5000 : 100);
     Usage before;
     for (int round = 0; round < rounds; ++round) {
@@ -49,7 +50,7 @@ TEST_F(ModuleLoad, UnloadsWithSlotLocationWorkersInFlight) {
         ASSERT_TRUE(dll);
         auto provider = host_.MakeProvider(dll.Get(), host_.Class(L"Velk_PCISlotLocation"));
         std::vector<velk::ComPtr<AnswerSink>> sinks;
-        for (int request = 0; request < 4; ++request) {
+        for (DWORD request = 0; request < kRequests; ++request) {
             sinks.push_back(AnswerSink::Make());
             ASSERT_EQ(provider->CreateInstanceEnumAsync(nullptr, 0, nullptr, sinks.back().Get()), S_OK);
         }
@@ -71,7 +72,7 @@ TEST_F(ModuleLoad, UnloadsWithSlotLocationWorkersInFlight) {
     EXPECT_EQ(CountInLog(L"DLL is loaded."), rounds);
     EXPECT_EQ(CountInLog(L"DLL is unloaded."), rounds);
     EXPECT_LE(after.handles, before.handles);
-    EXPECT_LE(after.threads, before.threads + 1);
+    EXPECT_LE(after.threads, before.threads + kRequests) << "those of the last round may still be ending";
     EXPECT_LE(after.heapBytes, before.heapBytes + 2000);
 }
 

@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <memory>
 #include <regex>
@@ -18,7 +20,6 @@
 
 namespace {
 
-using velk::ComPtr;
 using velktest::Answer;
 using velktest::ChildProcess;
 using velktest::Enumerate;
@@ -50,10 +51,10 @@ class SharedMemory {
 
     Shared* operator->() const { return view_; }
 
-    /// Waits until every process has come this far.
+    /// Waits until every process has come this far, but no longer than a minute: one may have failed.
     void AwaitOthers() const {
         ++view_->ready;
-        while (view_->ready < kProcesses) ::Sleep(1);
+        for (int waited = 0; view_->ready < kProcesses && waited < 60000; ++waited) ::Sleep(1);
     }
 
   private:

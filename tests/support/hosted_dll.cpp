@@ -1,5 +1,7 @@
 #include "support/hosted_dll.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 
 #include "common/bstr.h"
@@ -105,7 +107,8 @@ HostedDll::HostedDll(std::shared_ptr<const ProviderHost> host, velkhost::Machine
     : host_(std::move(host)), dll_(::LoadLibraryW(L"VelkWmiPci.dll")) {
     if (!dll_) throw std::runtime_error("the DLL cannot be loaded");
     if (memory == DllMemory::kGuarded) {
-        // What it allocated while it was loaded is given back first, and allocated again.
+        // What it allocated while it was loaded is given back first, and allocated again, but for the pool
+        // that the C++ run-time keeps for exceptions without memory.
         CallDllMain(DLL_PROCESS_DETACH);
         pageHeap_.emplace(dll_.Get());
         CallDllMain(DLL_PROCESS_ATTACH);
@@ -116,12 +119,12 @@ HostedDll::HostedDll(std::shared_ptr<const ProviderHost> host, velkhost::Machine
 HostedDll::~HostedDll() {
     // The redirections end before the DLL and after its threads.
     const auto canUnloadNow = Export<HRESULT(WINAPI*)()>(dll_.Get(), "DllCanUnloadNow");
-    BecomesTrue([&] { return canUnloadNow() == S_OK; });
+    EXPECT_TRUE(BecomesTrue([&] { return canUnloadNow() == S_OK; })) << "the DLL still has objects";
     replay_.reset();
     if (pageHeap_) CallDllMain(DLL_PROCESS_DETACH);
     pageHeap_.reset();
     dll_.Reset();
-    IsUnloaded(L"VelkWmiPci.dll");
+    EXPECT_TRUE(IsUnloaded(L"VelkWmiPci.dll"));
 }
 
 void HostedDll::CallDllMain(DWORD reason) const {

@@ -8,6 +8,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <utility>
 
 namespace velktest {
 
@@ -78,7 +79,6 @@ void GuardedFree(void* block) {
     if (block != nullptr && !TryFree(block)) freeBelow(block);
 }
 
-decltype(&::HeapAlloc) heapAllocBelow = nullptr;
 void* WINAPI GuardedHeapAlloc(HANDLE, DWORD flags, SIZE_T size) {
     void* const block = Allocate(size, 1);
     if (block != nullptr && (flags & HEAP_ZERO_MEMORY) != 0) std::memset(block, 0, size);
@@ -93,17 +93,15 @@ BOOL WINAPI GuardedHeapFree(HANDLE heap, DWORD flags, void* block) {
 }  // namespace
 
 PageHeap::PageHeap(HMODULE module) {
-    const auto redirect = [&](const char* name, auto standIn, auto& below) {
-        redirects_.emplace_back(module, name, reinterpret_cast<void*>(standIn));
-        below = redirects_.back().Original<decltype(standIn)>();
+    const auto redirect = [&](const char* name, auto standIn) -> velkhost::ImportRedirect& {
+        return redirects_.emplace_back(module, name, reinterpret_cast<void*>(standIn));
     };
-    decltype(&::malloc) mallocBelow = nullptr;
-    decltype(&::calloc) callocBelow = nullptr;
-    redirect("malloc", &GuardedMalloc, mallocBelow);
-    redirect("calloc", &GuardedCalloc, callocBelow);
-    redirect("free", &GuardedFree, freeBelow);
-    redirect("HeapAlloc", &GuardedHeapAlloc, heapAllocBelow);
-    redirect("HeapFree", &GuardedHeapFree, heapFreeBelow);
+    // What frees comes first: it knows whose a block is.
+    freeBelow = redirect("free", &GuardedFree).Original<decltype(&::free)>();
+    heapFreeBelow = redirect("HeapFree", &GuardedHeapFree).Original<decltype(&::HeapFree)>();
+    redirect("malloc", &GuardedMalloc);
+    redirect("calloc", &GuardedCalloc);
+    redirect("HeapAlloc", &GuardedHeapAlloc);
 }
 
 PageHeap::~PageHeap() {

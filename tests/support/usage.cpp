@@ -4,6 +4,7 @@
 #include <tlhelp32.h>
 
 #include <algorithm>
+#include <stdexcept>
 #include <vector>
 
 #include "common/handle.h"
@@ -37,7 +38,7 @@ DWORD CountHandles() {
     ULONG needed = 0;
     while (query(kExtendedHandleInformation, buffer.data(),
                  static_cast<ULONG>(buffer.size() * sizeof buffer[0]), &needed) < 0) {
-        if (buffer.size() > 1 << 24) return 0;
+        if (buffer.size() > 1 << 24) throw std::runtime_error("the system's handles cannot be read");
         buffer.resize(buffer.size() * 2);
     }
     const auto* const header = reinterpret_cast<const Header*>(buffer.data());
@@ -87,6 +88,9 @@ Usage Usage::Now() {
     PROCESS_MEMORY_COUNTERS counters = {};
     if (::GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters))
         usage.residentBytes = counters.WorkingSetSize;
+    // Nothing of this can be none: a figure that could not be had must not look like one that is kept.
+    if (usage.handles == 0 || usage.threads == 0 || usage.heapBytes == 0 || usage.residentBytes == 0)
+        throw std::runtime_error("what this process uses cannot be read");
     return usage;
 }
 

@@ -14,6 +14,7 @@ struct Usage {
     std::size_t heapBytes = 0;      ///< handed out by the heaps of the process and not given back
     std::size_t residentBytes = 0;  ///< of memory, with all programs and libraries
 
+    /// Throws std::runtime_error when the system does not tell.
     static Usage Now();
     /// The larger of both in each.
     Usage operator|(const Usage& other) const;
