@@ -14,7 +14,6 @@
 namespace {
 
 using testing::AnyOf;
-using testing::Contains;
 using velktest::Answer;
 using velktest::Enumerate;
 using velktest::Get;

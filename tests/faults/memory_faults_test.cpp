@@ -1,5 +1,5 @@
-// Memory runs out in the middle of a request: not one allocation fails, but all of them, those that an
-// exception is made of included.
+// Memory runs out in the middle of a request: whatever passes the limit fails, also what an exception is made
+// of.
 
 #include <gtest/gtest.h>
 

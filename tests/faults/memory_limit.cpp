@@ -25,7 +25,10 @@ bool MayHave(std::size_t bytes) {
     return false;
 }
 
-// The stand-ins count what is asked for; a block that is given back counts by the size it was asked with.
+/// Of a larger block others in the process take the rest, before the module asks again.
+constexpr std::size_t kMostBack = 4096;
+
+void GiveBack(std::size_t bytes) { available += static_cast<long long>(std::min(bytes, kMostBack)); }
 
 decltype(&::malloc) mallocBelow = nullptr;
 void* LimitedMalloc(std::size_t size) { return MayHave(size) ? mallocBelow(size) : nullptr; }
@@ -39,16 +42,13 @@ decltype(&::realloc) reallocBelow = nullptr;
 void* LimitedRealloc(void* block, std::size_t size) {
     const std::size_t old = block != nullptr ? ::_msize(block) : 0;
     if (size > old && !MayHave(size - old)) return nullptr;
-    if (size < old) available += static_cast<long long>(old - size);
+    if (size < old) GiveBack(old - size);
     return reallocBelow(block, size);
 }
 
-/// Of a larger block others in the process take the rest, before the module asks again.
-constexpr std::size_t kMostBack = 4096;
-
 decltype(&::free) freeBelow = nullptr;
 void CountedFree(void* block) {
-    if (block != nullptr) available += static_cast<long long>(std::min(::_msize(block), kMostBack));
+    if (block != nullptr) GiveBack(::_msize(block));
     freeBelow(block);
 }
 
@@ -59,7 +59,7 @@ void* WINAPI LimitedHeapAlloc(HANDLE heap, DWORD flags, SIZE_T size) {
 
 decltype(&::HeapFree) heapFreeBelow = nullptr;
 BOOL WINAPI CountedHeapFree(HANDLE heap, DWORD flags, void* block) {
-    if (block != nullptr) available += static_cast<long long>(::HeapSize(heap, 0, block));
+    if (block != nullptr) GiveBack(::HeapSize(heap, 0, block));
     return heapFreeBelow(heap, flags, block);
 }
 
@@ -70,7 +70,7 @@ BSTR WINAPI LimitedSysAllocStringLen(const OLECHAR* text, UINT length) {
 
 decltype(&::SysFreeString) sysFreeBelow = nullptr;
 void WINAPI CountedSysFreeString(BSTR text) {
-    available += static_cast<long long>(::SysStringByteLen(text));
+    GiveBack(::SysStringByteLen(text));
     sysFreeBelow(text);
 }
 
