@@ -21,6 +21,7 @@ show_progress() {
     shown=
     while IFS= read -r line; do
         case $line in
+        '['[0-9]*/[0-9]*'] Re-'*) continue ;;
         '['[0-9]*/[0-9]*']'*) ;;
         *) continue ;;
         esac
