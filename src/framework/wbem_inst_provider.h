@@ -6,7 +6,7 @@ namespace velk {
 
 /// The two interfaces that WMI asks of an instance provider. The requests that this module serves or refuses
 /// with a status of its own are left to the derived class; every other method of IWbemServices answers
-/// WBEM_E_PROVIDER_NOT_CAPABLE (0x80041024).
+/// WBEM_E_PROVIDER_NOT_CAPABLE (0x80041024), with null in the out parameters that the caller gave.
 class IWbemInstProviderImpl : public IWbemServices, public IWbemProviderInit {
   public:
     STDMETHOD(OpenNamespace)(const BSTR, LONG, IWbemContext*, IWbemServices**, IWbemCallResult**) override;

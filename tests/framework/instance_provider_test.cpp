@@ -119,15 +119,72 @@ TEST_F(InstanceProvider, EveryEntryPointLogsThatItWasEntered) {
                                          L"[Verbose] CThingProv::CreateInstanceEnumAsync| Entering"));
 }
 
-TEST_F(InstanceProvider, RequestsOfTheBaseInterfacesAreNotCapable) {
+/// What a caller left in an out parameter.
+template <class Interface>
+Interface* Stale() {
+    return reinterpret_cast<Interface*>(&g_source);
+}
+
+TEST_F(InstanceProvider, RequestsOfTheBaseInterfacesAreNotCapableAndHandOutNull) {
+    const ComPtr<ThingProv> provider = Provider();
+    IWbemServices* inner = nullptr;
+    IWbemCallResult* call = nullptr;
+    IWbemObjectSink* handler = nullptr;
+    IWbemClassObject* object = nullptr;
+    IEnumWbemClassObject* enumerator = nullptr;
+    const auto refused = [&](const char* method, const auto& request) {
+        inner = Stale<IWbemServices>();
+        call = Stale<IWbemCallResult>();
+        handler = Stale<IWbemObjectSink>();
+        object = Stale<IWbemClassObject>();
+        enumerator = Stale<IEnumWbemClassObject>();
+        EXPECT_EQ(request(), kWbemProviderNotCapable) << method;
+        // Those of the five that the method does not take stay as they are.
+        const int nulls = (inner == nullptr) + (call == nullptr) + (handler == nullptr) +
+                          (object == nullptr) + (enumerator == nullptr);
+        return nulls;
+    };
+    ThingProv& asked = *provider.Get();
+    // clang-format off
+    EXPECT_EQ(refused("OpenNamespace", [&] { return asked.OpenNamespace(nullptr, 0, nullptr, &inner, &call); }), 2);
+    EXPECT_EQ(refused("QueryObjectSink", [&] { return asked.QueryObjectSink(0, &handler); }), 1);
+    EXPECT_EQ(refused("GetObject", [&] { return asked.GetObject(nullptr, 0, nullptr, &object, &call); }), 2);
+    EXPECT_EQ(refused("PutClass", [&] { return asked.PutClass(nullptr, 0, nullptr, &call); }), 1);
+    EXPECT_EQ(refused("DeleteClass", [&] { return asked.DeleteClass(nullptr, 0, nullptr, &call); }), 1);
+    EXPECT_EQ(refused("CreateClassEnum", [&] { return asked.CreateClassEnum(nullptr, 0, nullptr, &enumerator); }), 1);
+    EXPECT_EQ(refused("PutInstance", [&] { return asked.PutInstance(nullptr, 0, nullptr, &call); }), 1);
+    EXPECT_EQ(refused("DeleteInstance", [&] { return asked.DeleteInstance(nullptr, 0, nullptr, &call); }), 1);
+    EXPECT_EQ(refused("CreateInstanceEnum", [&] { return asked.CreateInstanceEnum(nullptr, 0, nullptr, &enumerator); }), 1);
+    EXPECT_EQ(refused("ExecQuery", [&] { return asked.ExecQuery(nullptr, nullptr, 0, nullptr, &enumerator); }), 1);
+    EXPECT_EQ(refused("ExecNotificationQuery", [&] { return asked.ExecNotificationQuery(nullptr, nullptr, 0, nullptr, &enumerator); }), 1);
+    EXPECT_EQ(refused("ExecMethod", [&] { return asked.ExecMethod(nullptr, nullptr, 0, nullptr, nullptr, &object, &call); }), 2);
+    // clang-format on
+}
+
+TEST_F(InstanceProvider, RequestsOfTheBaseInterfacesTakeNullForWhatIsNotWanted) {
     const ComPtr<ThingProv> provider = Provider();
     EXPECT_EQ(provider->OpenNamespace(nullptr, 0, nullptr, nullptr, nullptr), kWbemProviderNotCapable);
+    EXPECT_EQ(provider->QueryObjectSink(0, nullptr), kWbemProviderNotCapable);
     EXPECT_EQ(provider->GetObject(nullptr, 0, nullptr, nullptr, nullptr), kWbemProviderNotCapable);
     EXPECT_EQ(provider->CreateInstanceEnum(nullptr, 0, nullptr, nullptr), kWbemProviderNotCapable);
-    EXPECT_EQ(provider->ExecQuery(nullptr, nullptr, 0, nullptr, nullptr), kWbemProviderNotCapable);
-    EXPECT_EQ(provider->ExecMethodAsync(nullptr, nullptr, 0, nullptr, nullptr, nullptr),
+    EXPECT_EQ(provider->ExecMethod(nullptr, nullptr, 0, nullptr, nullptr, nullptr, nullptr),
               kWbemProviderNotCapable);
-    EXPECT_EQ(provider->CancelAsyncCall(nullptr), kWbemProviderNotCapable);
+}
+
+TEST_F(InstanceProvider, AsynchronousRequestsOfTheBaseInterfacesLeaveTheSinkAlone) {
+    const ComPtr<ThingProv> provider = Provider();
+    sink = RecordingSink::Make();
+    ThingProv& asked = *provider.Get();
+    EXPECT_EQ(asked.CancelAsyncCall(sink.Get()), kWbemProviderNotCapable);
+    EXPECT_EQ(asked.PutClassAsync(nullptr, 0, nullptr, sink.Get()), kWbemProviderNotCapable);
+    EXPECT_EQ(asked.DeleteClassAsync(nullptr, 0, nullptr, sink.Get()), kWbemProviderNotCapable);
+    EXPECT_EQ(asked.CreateClassEnumAsync(nullptr, 0, nullptr, sink.Get()), kWbemProviderNotCapable);
+    EXPECT_EQ(asked.ExecNotificationQueryAsync(nullptr, nullptr, 0, nullptr, sink.Get()),
+              kWbemProviderNotCapable);
+    EXPECT_EQ(asked.ExecMethodAsync(nullptr, nullptr, 0, nullptr, nullptr, sink.Get()),
+              kWbemProviderNotCapable);
+    EXPECT_TRUE(sink->statuses.empty());
+    EXPECT_TRUE(sink->indications.empty());
 }
 
 }  // namespace
