@@ -47,7 +47,7 @@ HRESULT CInstanceProviderBase::GetInstanceByPath(Bstr objectPath, IWbemClassObje
         const CMutexLock providerLock(mutex_);
         const CMutexLock listLock(list_.Mutex());
         // Whatever went wrong, the client learns that there is no such instance.
-        if (FAILED(FindInstance(keys, found))) found.Reset();
+        if (FAILED(FindInstance(session, keys, found))) found.Reset();
     }
     if (!found) {
         log.Error(L"Cannot return instance by path");
@@ -91,7 +91,8 @@ HRESULT CInstanceProviderBase::ReadKeys(const Session& session, const Bstr& obje
     return kWbemNoError;
 }
 
-HRESULT CInstanceProviderBase::FindInstance(const RequestedKeys& keys, ComPtr<IWbemClassObject>& instance) {
+HRESULT CInstanceProviderBase::FindInstance(const Session& session, const RequestedKeys& keys,
+                                            ComPtr<IWbemClassObject>& instance) {
     const std::uint32_t generation = list_.RebuildAndStamp();
     if (generation == 0) return kWbemNotFound;
 
@@ -99,11 +100,12 @@ HRESULT CInstanceProviderBase::FindInstance(const RequestedKeys& keys, ComPtr<IW
     while (index < list_.Count() && !KeysMatchAt(keys, index)) ++index;
     if (index == list_.Count()) return kWbemNotFound;
 
+    // By the generation alone, see cacheGeneration_; the cache may also be of fewer records than the list.
     if (generation == cacheGeneration_ && index < cache_.size()) {
         instance = cache_[index];
         return kWbemNoError;
     }
-    return MakeInstance(index, instance);
+    return MakeInstance(session, index, instance);
 }
 
 }  // namespace velk

@@ -37,35 +37,46 @@ STDMETHODIMP CInstanceProviderBase::Initialize(LPWSTR, LONG, LPWSTR, LPWSTR, IWb
     LogOf(L"Initialize").Verbose(L"Entering");
     if (wbemNamespace == nullptr || initSink == nullptr) return kWbemInvalidParameter;
 
-    const HRESULT result = GuardEntryPoint([&]() -> HRESULT {
-        Session session;
-        session.wbemNamespace = ComPtr(wbemNamespace);
-        const Bstr className(class_.wmiClass);
-        const HRESULT classResult =
-            wbemNamespace->GetObject(className.Get(), 0, context, session.classObject.Put(), nullptr);
-        const HRESULT parserResult = ::CoGetClassObject(kClsidWbemDefPath, CLSCTX_INPROC_SERVER, nullptr,
-                                                        IID_IClassFactory, session.parserFactory.PutVoid());
-        HRESULT status = kWbemNoError;
-        if (FAILED(classResult) || FAILED(parserResult)) {
-            status = kWbemFailed;
-        } else {
-            try {
-                session.helper = std::make_shared<const CInstanceProviderHelper>(wbemNamespace, context);
-            } catch (const std::bad_alloc&) {
-                status = kWbemOutOfMemory;
-            }
-        }
-        // What could be had is kept even so; the session that it replaces is released outside the lock.
-        {
-            const ObjectLock lock(*this);
-            std::swap(session_, session);
-        }
-        return status;
+    const HRESULT result = GuardEntryPoint([&] {
+        Session session = CurrentSession();
+        const HRESULT opened = OpenSession(wbemNamespace, context, session);
+        // What could be had is kept even when it is not enough.
+        Publish(std::move(session));
+        return opened;
     });
     if (FAILED(result)) return result;
 
     initSink->SetStatus(WBEM_S_INITIALIZED, 0);
     return kWbemNoError;
+}
+
+HRESULT CInstanceProviderBase::OpenSession(IWbemServices* wbemNamespace, IWbemContext* context,
+                                           Session& session) const {
+    session.wbemNamespace = ComPtr(wbemNamespace);
+    const Bstr className(class_.wmiClass);
+    const HRESULT classResult =
+        wbemNamespace->GetObject(className.Get(), 0, context, session.classObject.Put(), nullptr);
+    const HRESULT parserResult = ::CoGetClassObject(kClsidWbemDefPath, CLSCTX_INPROC_SERVER, nullptr,
+                                                    IID_IClassFactory, session.parserFactory.PutVoid());
+    if (FAILED(classResult) || FAILED(parserResult)) return kWbemFailed;
+    try {
+        session.helper = std::make_shared<const CInstanceProviderHelper>(wbemNamespace, context);
+        return kWbemNoError;
+    } catch (const std::bad_alloc&) {
+        session.helper.reset();
+        return kWbemOutOfMemory;
+    }
+}
+
+void CInstanceProviderBase::Publish(Session session) noexcept {
+    // The session that it replaces is released with the parameter, after the lock.
+    const ObjectLock lock(*this);
+    std::swap(session_, session);
+}
+
+CInstanceProviderBase::Session CInstanceProviderBase::CurrentSession() noexcept {
+    const ObjectLock lock(*this);
+    return session_;
 }
 
 STDMETHODIMP CInstanceProviderBase::PutInstanceAsync(IWbemClassObject*, LONG, IWbemContext*,
@@ -134,41 +145,43 @@ HRESULT CInstanceProviderBase::RefreshCache(Instances& instances) noexcept {
         if (changed) cache_.clear();
         // A list whose source failed still has its old records; they are not published.
         if (cacheGeneration_ == 0) return kWbemFailed;
-        const HRESULT filled = changed ? FillCache() : kWbemNoError;
+        const HRESULT filled = changed ? FillCache(CurrentSession()) : kWbemNoError;
         if (FAILED(filled)) return filled;
-        for (const ComPtr<IWbemClassObject>& instance : cache_) instances.push_back(instance.Get());
+        instances = cache_;
         return kWbemNoError;
     });
     if (FAILED(result)) cacheGeneration_ = 0;
     return result;
 }
 
-HRESULT CInstanceProviderBase::FillCache() {
+HRESULT CInstanceProviderBase::FillCache(const Session& session) {
     for (std::size_t index = 0; index < list_.Count(); ++index) {
         ComPtr<IWbemClassObject> instance;
-        const HRESULT result = MakeInstance(index, instance);
+        const HRESULT result = MakeInstance(session, index, instance);
         if (FAILED(result)) return result;
         cache_.push_back(std::move(instance));
     }
     return kWbemNoError;
 }
 
-HRESULT CInstanceProviderBase::MakeInstance(std::size_t index, ComPtr<IWbemClassObject>& instance) {
-    const Session session = CurrentSession();
+HRESULT CInstanceProviderBase::MakeInstance(const Session& session, std::size_t index,
+                                            ComPtr<IWbemClassObject>& instance) {
     if (!session.classObject) return kWbemFailed;
     const HRESULT result = session.classObject->SpawnInstance(0, instance.Put());
     if (FAILED(result)) return result;
     return FillInstanceAt(instance.Get(), index);
 }
 
-HRESULT CInstanceProviderBase::Deliver(IWbemObjectSink* sink, Instances& instances) noexcept {
+HRESULT CInstanceProviderBase::Deliver(IWbemObjectSink* sink, const Instances& instances) noexcept {
     if (instances.empty()) return kWbemNoError;
-    return sink->Indicate(static_cast<LONG>(instances.size()), instances.data());
-}
-
-CInstanceProviderBase::Session CInstanceProviderBase::CurrentSession() noexcept {
-    const ObjectLock lock(*this);
-    return session_;
+    std::vector<IWbemClassObject*> delivered;
+    const HRESULT result = GuardEntryPoint([&] {
+        delivered.reserve(instances.size());
+        for (const ComPtr<IWbemClassObject>& instance : instances) delivered.push_back(instance.Get());
+        return kWbemNoError;
+    });
+    if (FAILED(result)) return result;
+    return sink->Indicate(static_cast<LONG>(delivered.size()), delivered.data());
 }
 
 }  // namespace velk

@@ -86,19 +86,21 @@ class CInstanceProviderBase : public CComObjectRootEx<CComMultiThreadModel>, pub
     FunctionLog LogOf(const wchar_t* method) const noexcept { return FunctionLog(class_.name, method); }
     CMutex& Mutex() noexcept { return mutex_; }
 
-    /// The cached instances, in list order; valid for as long as the provider's lock is held.
-    using Instances = std::vector<IWbemClassObject*>;
+    /// The cached instances, in list order, each with a reference.
+    using Instances = std::vector<ComPtr<IWbemClassObject>>;
 
     /// Rebuilds the list and, when its generation changed, the instance cache, and gives the cached
     /// instances. On failure the cache generation becomes 0 and the instances already made stay until the
     /// next rebuild. Called under the provider's lock.
     HRESULT RefreshCache(Instances& instances) noexcept;
-    /// Hands instances to the sink in one Indicate, in none at all when there are none.
-    static HRESULT Deliver(IWbemObjectSink* sink, Instances& instances) noexcept;
+    /// Hands instances to the sink in one Indicate, in none at all when there are none. The references must
+    /// be the caller's own: a sink that asks again from inside Indicate gets through the provider's lock, as
+    /// it is the same thread, and empties the cache.
+    static HRESULT Deliver(IWbemObjectSink* sink, const Instances& instances) noexcept;
 
   private:
-    /// What Initialize keeps. Requests work on a copy, so that a second Initialize cannot take it away under
-    /// them.
+    /// What Initialize keeps. A request takes one copy and goes by it to its end, so that a second Initialize
+    /// can neither take it away nor change the class in the middle of a request.
     struct Session {
         ComPtr<IWbemServices> wbemNamespace;
         ComPtr<IWbemClassObject> classObject;
@@ -107,18 +109,30 @@ class CInstanceProviderBase : public CComObjectRootEx<CComMultiThreadModel>, pub
     };
 
     Session CurrentSession() noexcept;
+    /// Opens a session in place of the one given, step by step: what a step could not get is null, what no
+    /// step came to is as it was.
+    HRESULT OpenSession(IWbemServices* wbemNamespace, IWbemContext* context, Session& session) const;
+    /// Makes a session the one that requests go by from now on.
+    void Publish(Session session) noexcept;
+
     HRESULT Enumerate(IWbemObjectSink* sink) noexcept;
-    HRESULT FillCache();
-    HRESULT MakeInstance(std::size_t index, ComPtr<IWbemClassObject>& instance);
+    HRESULT FillCache(const Session& session);
+    HRESULT MakeInstance(const Session& session, std::size_t index, ComPtr<IWbemClassObject>& instance);
     HRESULT ReadKeys(const Session& session, const Bstr& objectPath, RequestedKeys& keys) const;
-    HRESULT FindInstance(const RequestedKeys& keys, ComPtr<IWbemClassObject>& instance);
+    HRESULT FindInstance(const Session& session, const RequestedKeys& keys,
+                         ComPtr<IWbemClassObject>& instance);
 
     const ProviderClass& class_;
     CListBase& list_;
     CMutex mutex_;
     Session session_;
-    std::vector<ComPtr<IWbemClassObject>> cache_;  ///< the instances of the last enumeration, in list order
-    std::uint32_t cacheGeneration_ = 0;  ///< the list generation that the cache was made from; 0 = none
+    Instances cache_;  ///< the instances of the last enumeration, in list order
+    /// The list generation that the cache was made from; 0 = none. A cache of the list's generation is
+    /// believed, by enumerations and by gets. After a failed rebuild a list begins with generation 2 again: a
+    /// cache of generation 2 is then taken for that of another reading, and its instances are delivered once
+    /// more, whatever the records say by now. Clients have always been served so, and it ends by itself: an
+    /// enumeration later the generation is another.
+    std::uint32_t cacheGeneration_ = 0;
 };
 
 /// The provider template. A provider class states its ProviderClass, its list, its property table and how a

@@ -154,6 +154,19 @@ TEST_F(InstanceProvider, AGetHandsOutTheCachedInstanceWhenTheGenerationIsTheCach
     EXPECT_EQ(Delivered().front().Get(), cached.front().Get());
 }
 
+// Known and kept: as above, also where the record at that index is another than it was.
+TEST_F(InstanceProvider, AGetHandsOutTheCachedInstanceOfTheSameGenerationThoughTheRecordChanged) {
+    g_source.names = {L"a"};
+    const ComPtr<ThingProv> provider = Provider();
+    Enumerate(*provider.Get());
+    g_source.succeeds = false;
+    Get(*provider.Get(), kPathOfB);
+    g_source.succeeds = true;
+    g_source.names = {L"b"};
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), S_OK);
+    EXPECT_THAT(DeliveredNames(), ElementsAre(L"a"));
+}
+
 TEST_F(InstanceProvider, ACacheThatIsShorterThanTheListIsNotReadBeyondItsEnd) {
     g_source.names = {L"a"};
     const ComPtr<ThingProv> provider = Provider();

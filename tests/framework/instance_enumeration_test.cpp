@@ -123,6 +123,69 @@ TEST_F(InstanceProvider, OutOfMemoryEndsTheEnumerationLikeAnyFailure) {
     EXPECT_EQ(Enumerate(*provider.Get()), S_OK) << "no lock was left held";
 }
 
+/// A client that asks again while it is being handed the instances, and looks at these afterwards.
+class ReentrantSink final : public velktest::FakeUnknown<IWbemObjectSink, IID_IWbemObjectSink> {
+  public:
+    explicit ReentrantSink(ThingProv& provider) : provider_(provider) {}
+
+    HRESULT STDMETHODCALLTYPE Indicate(LONG count, IWbemClassObject** objects) override {
+        const auto again = RecordingSink::Make();
+        EXPECT_EQ(provider_.CreateInstanceEnumAsync(nullptr, 0, nullptr, again.Get()), S_OK);
+        EXPECT_EQ(again->indications.size(), 1u);
+        for (LONG at = 0; at < count; ++at) {
+            objects[at]->AddRef();
+            references.push_back(objects[at]->Release());
+        }
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE SetStatus(LONG, HRESULT, BSTR, IWbemClassObject*) override { return S_OK; }
+
+    std::vector<ULONG> references;  ///< on each object, after the second request
+
+  private:
+    ThingProv& provider_;
+};
+
+TEST_F(InstanceProvider, InstancesThatAreBeingDeliveredOutliveARequestFromInsideIndicate) {
+    g_source.names = {L"a", L"b"};
+    const ComPtr<ThingProv> provider = Provider();
+    const ComPtr<ReentrantSink> reentrant(new ReentrantSink(*provider.Get()));
+    EXPECT_EQ(provider->CreateInstanceEnumAsync(nullptr, 0, nullptr, reentrant.Get()), S_OK);
+    // Their class's list of what was spawned holds one reference on each, the delivery the other.
+    EXPECT_THAT(reentrant->references, ElementsAre(2u, 2u));
+    EXPECT_EQ(classObject->spawned.size(), 4u);
+}
+
+TEST_F(InstanceProvider, WhatAFailedFillLeftBehindIsNoCache) {
+    g_source.names = {L"a", L"b"};
+    const ComPtr<ThingProv> provider = Provider();
+    classObject->FailPut(L"SystemName", kWbemOutOfMemory);
+    EXPECT_EQ(Enumerate(*provider.Get()), kWbemFailed);
+    classObject->FailPut(L"SystemName", S_OK);
+    // After the failed rebuild the generation is again the one in which the fill failed.
+    g_source.succeeds = false;
+    Get(*provider.Get(), kPathOfB);
+    g_source.succeeds = true;
+    EXPECT_EQ(Enumerate(*provider.Get()), S_OK);
+    EXPECT_THAT(DeliveredNames(), ElementsAre(L"a", L"b"));
+}
+
+// Known and kept: the generation starts again with 2 after a failed rebuild, and a cache of generation 2 is
+// believed then, whatever the list holds by now.
+TEST_F(InstanceProvider, ACacheOfTheSameGenerationIsDeliveredThoughTheRecordsChanged) {
+    g_source.names = {L"a"};
+    const ComPtr<ThingProv> provider = Provider();
+    Enumerate(*provider.Get());
+    g_source.succeeds = false;
+    Get(*provider.Get(), kPathOfB);
+    g_source.succeeds = true;
+    g_source.names = {L"x", L"y"};
+    EXPECT_EQ(Enumerate(*provider.Get()), S_OK);
+    EXPECT_THAT(DeliveredNames(), ElementsAre(L"a"));
+    EXPECT_EQ(Enumerate(*provider.Get()), S_OK);
+    EXPECT_THAT(DeliveredNames(), ElementsAre(L"x", L"y")) << "the next generation is another";
+}
+
 TEST_F(InstanceProvider, ReportsTheStatusAfterBothLocksAreReleased) {
     g_source.names = {L"a"};
     const ComPtr<ThingProv> provider = Provider();
