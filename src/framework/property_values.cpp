@@ -176,7 +176,7 @@ void LocalTimeToUtc(const SYSTEMTIME& local, SYSTEMTIME& utc) {
     ::GetTimeZoneInformation(&zone);
     if (!kernel) return;
 
-    using Convert = BOOL(WINAPI*)(const TIME_ZONE_INFORMATION*, const SYSTEMTIME*, SYSTEMTIME*);
+    using Convert = decltype(&::TzSpecificLocalTimeToSystemTime);
     const FARPROC found = ::GetProcAddress(kernel.Get(), "TzSpecificLocalTimeToSystemTime");
     if (found == nullptr) return;
     reinterpret_cast<Convert>(reinterpret_cast<void*>(found))(&zone, &local, &utc);

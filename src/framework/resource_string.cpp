@@ -8,11 +8,11 @@ namespace velk {
 
 namespace {
 
-// What the first call settles. Two first calls at once settle the same, so no lock is needed;
-// `g_localeSettled` is stored after the locale.
+// What the first call settles. Two first calls at once settle the same, so no lock is needed; `g_settled` is
+// stored last.
 constinit std::atomic<HMODULE> g_module{nullptr};
 constinit std::atomic<LCID> g_locale{0};
-constinit std::atomic<bool> g_localeSettled{false};
+constinit std::atomic<bool> g_settled{false};
 
 constexpr WORD kUsEnglish = 1033;
 constexpr UINT kTextsPerBlock = 16;
@@ -34,6 +34,8 @@ std::optional<std::wstring_view> FindText(const wchar_t* block, std::size_t leng
 }
 
 std::optional<std::wstring_view> FindText(HMODULE module, WORD language, UINT id) {
+    // Without a module the system would look in the host program, whose texts are no formats of ours.
+    if (module == nullptr) return std::nullopt;
     const UINT block = id / kTextsPerBlock + 1;
     if (block > 0xFFFF) return std::nullopt;  // resource numbers have 16 bits
     const HRSRC found = ::FindResourceExW(module, RT_STRING, MAKEINTRESOURCEW(block), language);
@@ -48,16 +50,14 @@ std::optional<std::wstring_view> FindText(HMODULE module, WORD language, UINT id
 }  // namespace
 
 CString LoadResourceString(const wchar_t* moduleFile, UINT id) {
-    HMODULE module = g_module.load(std::memory_order_relaxed);
-    if (module == nullptr) {
-        // One that could not be had is not kept: that would take the texts away for the life of the process.
-        module = ::GetModuleHandleW(moduleFile);
-        g_module.store(module, std::memory_order_relaxed);
-    }
-    if (!g_localeSettled.load(std::memory_order_acquire)) {
+    if (!g_settled.load(std::memory_order_acquire)) {
+        // One that cannot be had is kept like any other: a module that comes under that name later is not
+        // this one.
+        g_module.store(::GetModuleHandleW(moduleFile), std::memory_order_relaxed);
         g_locale.store(::GetThreadLocale(), std::memory_order_relaxed);
-        g_localeSettled.store(true, std::memory_order_release);
+        g_settled.store(true, std::memory_order_release);
     }
+    const HMODULE module = g_module.load(std::memory_order_relaxed);
     const LCID locale = g_locale.load(std::memory_order_relaxed);
 
     std::optional<std::wstring_view> text = FindText(module, LANGIDFROMLCID(locale), id);

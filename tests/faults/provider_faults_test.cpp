@@ -87,6 +87,8 @@ class ProviderFaults : public testing::TestWithParam<ClassUnderTest> {
     ProviderFaults() { bench_.DefineClass(GetParam().wmiClass); }
 
     void SetUp() override {
+        // The module settles at the first need where its texts are: not under faults.
+        Reference();
         // The first exception makes the run-time keep a little memory, and so does the first on another
         // thread, which is thrown when one of the allocations there fails.
         RunOnce(Entry::kEnumerate, 5, FaultMode::kFromThereOn);
@@ -142,7 +144,7 @@ class ProviderFaults : public testing::TestWithParam<ClassUnderTest> {
         complaint += JudgeSinks(entry, returned, *sink, *initSink);
         const int held = lockProbe_.CountHeld(velktest::Books().Mutexes(), velktest::Books().Semaphores());
         if (held != 0) complaint += std::to_string(held) + " locks are held; ";
-        return complaint + AskAgain(entry, returned, provider);
+        return complaint + AskAgain(entry, mode, returned, provider);
     }
 
     HRESULT Ask(Entry entry, ComPtr<IWbemProviderInit>& provider, RecordingSink& sink,
@@ -229,7 +231,7 @@ class ProviderFaults : public testing::TestWithParam<ClassUnderTest> {
     }
 
     /// The next request, of the same provider where there is one.
-    std::string AskAgain(Entry entry, HRESULT returned, ComPtr<IWbemProviderInit>& provider) {
+    std::string AskAgain(Entry entry, FaultMode mode, HRESULT returned, ComPtr<IWbemProviderInit>& provider) {
         if (entry == Entry::kCreate && FAILED(returned) != !provider)
             return "a provider and a failure, or none of both; ";
         if (!provider) bench_.CreateProvider(GetParam().clsid, provider);
@@ -243,7 +245,14 @@ class ProviderFaults : public testing::TestWithParam<ClassUnderTest> {
         if (FAILED(result)) return "the next request fails with " + Hex(result) + "; ";
         if (referenceText_.empty()) return {};
         const velk::CString text = velktest::TextOf(velktest::DeliveredTo(*sink));
-        return text == referenceText_ ? "" : "the next request delivers other instances; ";
+        if (text == referenceText_ || (MayLoseTexts(mode) && text.find(kNoText) != text.npos)) return {};
+        return "the next request delivers other instances; ";
+    }
+
+    /// A module that cannot be had at the first need of a text has none from then on.
+    static constexpr wchar_t kNoText[] = L"<String could not be found!>";
+    static bool MayLoseTexts(FaultMode mode) {
+        return mode != FaultMode::kSingle || std::string_view(Faults().FirstFault()) == "GetModuleHandleW";
     }
 
     velktest::FakeObjects Reference() {

@@ -10,6 +10,7 @@
 namespace {
 
 using testing::ElementsAre;
+using testing::IsEmpty;
 using velk::CString;
 using velk::LoadResourceString;
 using velktest::StandIn;
@@ -17,8 +18,7 @@ using velktest::StandIn;
 constexpr wchar_t kModule[] = L"VelkWmiPci.dll";
 constexpr wchar_t kNotFound[] = L"<String could not be found!>";
 
-// The test program carries the module's resources; no module of that name is loaded in it, and the program's
-// own are then looked up.
+// The test program carries the module's resources and stands in for the module of that name.
 
 TEST(ResourceStringTest, EveryTextOfTheTableIsServed) {
     const std::vector<std::pair<UINT, CString>> table = {
@@ -86,22 +86,22 @@ TEST(ResourceStringTest, FirstCallSettlesModuleAndLanguage) {
               0U);
 }
 
-TEST(ResourceStringTest, DISABLED_ModuleThatCouldNotBeHadIsAskedForAgain) {
+TEST(ResourceStringTest, DISABLED_WithoutTheModuleNothingIsReadThenOrLater) {
     const StandIn find("FindResourceExW", &RecordLanguage);
     {
         const StandIn handle("GetModuleHandleW", &RefuseModule);
         EXPECT_EQ(LoadResourceString(kModule, 112), kNotFound);
     }
     const StandIn handle("GetModuleHandleW", &RecordModule);
-    LoadResourceString(kModule, 112);
-    LoadResourceString(kModule, 112);
-    EXPECT_THAT(g_modules, ElementsAre(CString(kModule)));
+    EXPECT_EQ(LoadResourceString(kModule, 112), kNotFound);
+    EXPECT_THAT(g_languages, IsEmpty()) << "without a module the host program's own texts are looked up";
+    EXPECT_THAT(g_modules, IsEmpty()) << "the first call settles that there is none";
 }
 
-TEST(ResourceStringTest, ModuleThatCouldNotBeHadIsAskedForAgain) {
-    EXPECT_EQ(
-        velktest::ChildProcess(L"ResourceStringTest.DISABLED_ModuleThatCouldNotBeHadIsAskedForAgain").Wait(),
-        0U);
+TEST(ResourceStringTest, WithoutTheModuleNothingIsReadThenOrLater) {
+    EXPECT_EQ(velktest::ChildProcess(L"ResourceStringTest.DISABLED_WithoutTheModuleNothingIsReadThenOrLater")
+                  .Wait(),
+              0U);
 }
 
 // Blocks that were cut off.

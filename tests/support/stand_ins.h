@@ -20,7 +20,7 @@ class FixedLocalTime {
     FixedLocalTime();
 
   private:
-    StandIn<void(WINAPI*)(SYSTEMTIME*)> redirect_;
+    StandIn<decltype(&::GetLocalTime)> redirect_;
 };
 
 /// Moves the Windows directory, which the logs' default folders are under. One at a time.
@@ -29,7 +29,7 @@ class FakeWindowsDirectory {
     explicit FakeWindowsDirectory(const velk::CString& path);
 
   private:
-    StandIn<UINT(WINAPI*)(wchar_t*, UINT)> redirect_;
+    StandIn<decltype(&::GetWindowsDirectoryW)> redirect_;
 };
 
 }  // namespace velktest
