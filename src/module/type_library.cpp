@@ -8,16 +8,21 @@ namespace velk {
 
 namespace {
 
-using RegisterFunction = HRESULT(WINAPI*)(ITypeLib* library, OLECHAR* path, OLECHAR* helpFolder);
-using UnregisterFunction = HRESULT(WINAPI*)(REFGUID id, WORD major, WORD minor, LCID locale, SYSKIND system);
+// The types are the platform's: its headers differ in whether the texts are constant. The functions for one
+// user, which not all of them declare, have the same parameters.
+using RegisterFunction = decltype(&::RegisterTypeLib);
+using UnregisterFunction = decltype(&::UnRegisterTypeLib);
 
-/// The platform's function for the scope: the machine's or, looked up in `automation` by name, the user's.
+/// The platform's function for the scope: the machine's or, by name, the user's, which keeps its library
+/// loaded through `automation`.
 template <class Function>
-HRESULT FindFunction(HMODULE automation, RegistrationScope scope, Function forMachine, const char* forUser,
-                     Function& found) {
+HRESULT FindFunction(RegistrationScope scope, Function forMachine, const char* forUser,
+                     UniqueLibrary& automation, Function& found) {
     found = forMachine;
     if (scope == RegistrationScope::kMachine) return S_OK;
-    found = reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(automation, forUser)));
+    automation = UniqueLibrary(::LoadLibraryW(L"OLEAUT32.DLL"));
+    if (!automation) return HRESULT_FROM_WIN32(::GetLastError());
+    found = reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(automation.Get(), forUser)));
     return found != nullptr ? S_OK : HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND);
 }
 
@@ -47,23 +52,23 @@ class TypeLibraryAttributes {
 }  // namespace
 
 HRESULT RegisterTypeLibrary(const std::wstring& modulePath, RegistrationScope scope) {
-    const UniqueLibrary automation(::LoadLibraryW(L"OLEAUT32.DLL"));
+    UniqueLibrary automation;
     RegisterFunction registerLibrary = nullptr;
-    HRESULT result = FindFunction<RegisterFunction>(automation.Get(), scope, &::RegisterTypeLib,
-                                                    "RegisterTypeLibForUser", registerLibrary);
+    HRESULT result =
+        FindFunction(scope, &::RegisterTypeLib, "RegisterTypeLibForUser", automation, registerLibrary);
     if (FAILED(result)) return result;
     ComPtr<ITypeLib> library;
     result = LoadTypeLibrary(modulePath, library);
     if (FAILED(result)) return result;
-    std::wstring path = modulePath;  // the platform asks for text that it may write to
+    std::wstring path = modulePath;  // some headers ask for text that may be written to
     return registerLibrary(library.Get(), path.data(), nullptr);
 }
 
 HRESULT UnregisterTypeLibrary(const std::wstring& modulePath, RegistrationScope scope) {
-    const UniqueLibrary automation(::LoadLibraryW(L"OLEAUT32.DLL"));
+    UniqueLibrary automation;
     UnregisterFunction unregisterLibrary = nullptr;
-    HRESULT result = FindFunction<UnregisterFunction>(automation.Get(), scope, &::UnRegisterTypeLib,
-                                                      "UnRegisterTypeLibForUser", unregisterLibrary);
+    HRESULT result =
+        FindFunction(scope, &::UnRegisterTypeLib, "UnRegisterTypeLibForUser", automation, unregisterLibrary);
     if (FAILED(result)) return result;
     ComPtr<ITypeLib> library;
     result = LoadTypeLibrary(modulePath, library);
@@ -73,9 +78,10 @@ HRESULT UnregisterTypeLibrary(const std::wstring& modulePath, RegistrationScope 
     if (own == nullptr) return E_OUTOFMEMORY;
     // Asked first: what the platform answers to removing what is not there differs between its versions.
     Bstr registered;
-    if (FAILED(::QueryPathOfRegTypeLib(own->guid, own->wMajorVerNum, own->wMinorVerNum, own->lcid,
-                                       registered.Put())))
-        return S_OK;
+    result =
+        ::QueryPathOfRegTypeLib(own->guid, own->wMajorVerNum, own->wMinorVerNum, own->lcid, registered.Put());
+    if (result == TYPE_E_LIBNOTREGISTERED) return S_OK;
+    if (FAILED(result)) return result;
     return unregisterLibrary(own->guid, own->wMajorVerNum, own->wMinorVerNum, own->lcid, own->syskind);
 }
 

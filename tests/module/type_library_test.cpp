@@ -58,6 +58,48 @@ TEST_F(ServerRegistrationTest, MissingTypeLibraryIsReported) {
     EXPECT_TRUE(Registered().empty());
 }
 
+HRESULT g_answer = S_OK;
+HRESULT WINAPI AnswerTheQuery(REFGUID, WORD, WORD, LCID, BSTR*) { return g_answer; }
+
+TEST_F(ServerRegistrationTest, TypeLibraryThatCannotBeAskedForFailsTheUnregistration) {
+    ASSERT_EQ(Register(), S_OK);
+    {
+        g_answer = E_ACCESSDENIED;
+        const StandIn refused("QueryPathOfRegTypeLib", &AnswerTheQuery);
+        EXPECT_EQ(Unregister(), E_ACCESSDENIED);
+    }
+    EXPECT_FALSE(RegisteredTypeLibrary().empty());
+    {
+        g_answer = TYPE_E_LIBNOTREGISTERED;
+        const StandIn none("QueryPathOfRegTypeLib", &AnswerTheQuery);
+        EXPECT_EQ(Unregister(), S_OK) << "what is not registered is no failure";
+    }
+}
+
+// What the one case of success rests on.
+TEST(TypeLibraryTest, TheSystemSaysThatALibraryIsNotRegistered) {
+    constexpr GUID kNobodys = {0x11111111, 0x2222, 0x3333, {0x44, 0x44, 0x55, 0x55, 0x55, 0x55, 0x55, 0x09}};
+    Bstr path;
+    EXPECT_EQ(::QueryPathOfRegTypeLib(kNobodys, 1, 0, 0, path.Put()), TYPE_E_LIBNOTREGISTERED);
+}
+
+HMODULE WINAPI RefuseOleAutomation(LPCWSTR name) {
+    if (::_wcsicmp(name, L"OLEAUT32.DLL") == 0) {
+        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    return ::LoadLibraryExW(name, nullptr, 0);
+}
+
+TEST_F(ServerRegistrationTest, OnlyTheUsersRegistrationLooksForFunctionsByName) {
+    const StandIn refused("LoadLibraryW", &RefuseOleAutomation);
+    EXPECT_EQ(Register(RegistrationScope::kUser), HRESULT_FROM_WIN32(ERROR_NOT_ENOUGH_MEMORY));
+    EXPECT_TRUE(Registered(HKEY_CURRENT_USER).empty());
+    EXPECT_EQ(Unregister(RegistrationScope::kUser), HRESULT_FROM_WIN32(ERROR_NOT_ENOUGH_MEMORY));
+    EXPECT_EQ(Register(), S_OK);
+    EXPECT_EQ(Unregister(), S_OK);
+}
+
 std::vector<std::string> g_functions;
 HRESULT WINAPI RegisterForUser(ITypeLib*, OLECHAR*, OLECHAR*) { return S_FALSE; }
 HRESULT WINAPI UnregisterForUser(REFGUID, WORD, WORD, LCID, SYSKIND) { return S_OK; }
