@@ -1,5 +1,7 @@
 #include "module/registrar.h"
 
+#include <algorithm>
+
 #include "common/handle.h"
 
 namespace velk {
@@ -9,7 +11,7 @@ namespace {
 HKEY RootKey(RegistryRoot root) noexcept {
     switch (root) {
         case RegistryRoot::kClassesRoot:
-            return HKEY_CLASSES_ROOT;
+            break;  // never reached, see InScope
         case RegistryRoot::kCurrentUser:
             return HKEY_CURRENT_USER;
         case RegistryRoot::kLocalMachine:
@@ -26,13 +28,14 @@ HKEY RootKey(RegistryRoot root) noexcept {
     return nullptr;
 }
 
-/// The block as it is written in the scope: for one user, HKCR { ... } is
-/// HKCU { NoRemove Software { NoRemove Classes { ... } } }.
+/// The block as it is written in the scope: HKCR { ... } is HKLM { NoRemove Software { NoRemove Classes
+/// { ... } } }, or the same below HKCU.
 RegistryBlock InScope(const RegistryBlock& block, RegistrationScope scope) {
-    if (scope != RegistrationScope::kUser || block.root != RegistryRoot::kClassesRoot) return block;
+    if (block.root != RegistryRoot::kClassesRoot) return block;
     RegistryKeyEntry classes{L"Classes", RegistryKeyRule::kNoRemove, {}, block.values, block.children};
     RegistryKeyEntry software{L"Software", RegistryKeyRule::kNoRemove, {}, {}, {std::move(classes)}};
-    return {RegistryRoot::kCurrentUser, {}, {std::move(software)}};
+    const bool isUser = scope == RegistrationScope::kUser;
+    return {isUser ? RegistryRoot::kCurrentUser : RegistryRoot::kLocalMachine, {}, {std::move(software)}};
 }
 
 std::wstring Join(const std::wstring& path, const std::wstring& name) {
@@ -58,22 +61,18 @@ LSTATUS RemoveItems(HKEY key, const std::vector<RegistryValue>& values,
     return result;
 }
 
+/// Whether unregistration must leave a key: it is marked so, or one below it is.
+bool Stays(const RegistryKeyEntry& entry) {
+    if (entry.rule != RegistryKeyRule::kPlain) return entry.rule == RegistryKeyRule::kNoRemove;
+    return std::any_of(entry.children.begin(), entry.children.end(), Stays);
+}
+
 LSTATUS RemoveKey(HKEY parent, const RegistryKeyEntry& entry) {
-    if (entry.rule == RegistryKeyRule::kForceRemove || entry.rule == RegistryKeyRule::kDelete)
-        return IgnoreMissing(::RegDeleteTreeW(parent, entry.name.c_str()));
-
+    if (!Stays(entry)) return IgnoreMissing(::RegDeleteTreeW(parent, entry.name.c_str()));
     UniqueRegistryKey key;
-    LSTATUS result = ::RegOpenKeyExW(parent, entry.name.c_str(), 0, KEY_READ | KEY_WRITE, key.Put());
-    if (result != ERROR_SUCCESS) return IgnoreMissing(result);
-    result = RemoveItems(key.Get(), entry.values, entry.children);
-    if (entry.rule == RegistryKeyRule::kNoRemove) return result;
-
-    DWORD subkeys = 0;
-    const LSTATUS counted = ::RegQueryInfoKeyW(key.Get(), nullptr, nullptr, nullptr, &subkeys, nullptr,
-                                               nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
-    if (counted != ERROR_SUCCESS || subkeys != 0) return FirstFailure(result, counted);
-    key.Reset();
-    return FirstFailure(result, IgnoreMissing(::RegDeleteKeyW(parent, entry.name.c_str())));
+    const LSTATUS status = ::RegOpenKeyExW(parent, entry.name.c_str(), 0, KEY_READ | KEY_WRITE, key.Put());
+    if (status != ERROR_SUCCESS) return IgnoreMissing(status);
+    return RemoveItems(key.Get(), entry.values, entry.children);
 }
 
 }  // namespace

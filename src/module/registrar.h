@@ -6,10 +6,12 @@
 
 namespace velk {
 
-/// Where registry entries go.
+/// What HKCR stands for. Never for HKEY_CLASSES_ROOT itself: that is a view of both places, in which a key
+/// that the user has is the user's, so that a registration for the machine would miss the machine. Other
+/// roots are as the script says.
 enum class RegistrationScope {
-    kMachine,  ///< as the script says
-    kUser,     ///< HKCR stands for HKCU\Software\Classes
+    kMachine,  ///< HKLM\Software\Classes
+    kUser,     ///< HKCU\Software\Classes
 };
 
 /// Writes what scripts list. One registrar is one registration: unless it is committed, everything that it
@@ -32,9 +34,10 @@ class Registrar {
     RegistryJournal journal_;
 };
 
-/// Removes what a script lists: every key that is not marked NoRemove, and the named values of those that
-/// are. A key below which somebody else put subkeys stays, unless it is marked ForceRemove. What is not there
-/// is no failure. Goes on after a failure and returns the first. Throws std::bad_alloc or std::length_error.
+/// Removes what a script lists: every key that is not marked NoRemove, with all that is below it, no matter
+/// who put it there, and the named values of the keys that stay. A key that has one marked NoRemove below it
+/// stays with it, unless it is marked ForceRemove. What is not there is no failure. Goes on after a failure
+/// and returns the first. Throws std::bad_alloc or std::length_error.
 LSTATUS Unregister(const RegistryScript& script, RegistrationScope scope);
 
 }  // namespace velk

@@ -106,11 +106,22 @@ TEST_F(RegistrarTest, UnregisteringTwiceSucceeds) {
     EXPECT_EQ(Unregister(L"ForceRemove A { B } NoRemove N { val V = s 'v' O }"), ERROR_SUCCESS);
 }
 
-TEST_F(RegistrarTest, SubkeysOfOthersOutliveUnregistrationUnlessForced) {
-    Register(L"A { B } ForceRemove F");
-    Register(L"A { Foreign } F { Foreign }");
-    EXPECT_EQ(Unregister(L"A { B } ForceRemove F"), ERROR_SUCCESS);
-    EXPECT_EQ(Tree(), (RegistryTree{{L"", L""}, {L"\\A", L""}, {L"\\A\\Foreign", L""}}));
+TEST_F(RegistrarTest, UnregistrationTakesWhatOthersPutBelowItsKeys) {
+    Register(L"A { B } ForceRemove F NoRemove N { O }");
+    Register(L"A { Foreign { Deep } } F { Foreign } N { Foreign O { Foreign } }");
+    EXPECT_EQ(Unregister(L"A { B } ForceRemove F NoRemove N { O }"), ERROR_SUCCESS);
+    EXPECT_EQ(Tree(), (RegistryTree{{L"", L""}, {L"\\N", L""}, {L"\\N\\Foreign", L""}}))
+        << "a key marked NoRemove stays, with what is not listed below it";
+}
+
+TEST_F(RegistrarTest, AKeyStaysAboveOneThatIsNeverRemoved) {
+    const wchar_t items[] =
+        L"A = s 'a' { B { NoRemove C { D } E } val V = s 'v' } ForceRemove F { NoRemove G }";
+    Register(items);
+    EXPECT_EQ(Unregister(items), ERROR_SUCCESS);
+    EXPECT_EQ(
+        Tree(),
+        (RegistryTree{{L"", L""}, {L"\\A", L""}, {L"\\A:", L"s:a"}, {L"\\A\\B", L""}, {L"\\A\\B\\C", L""}}));
 }
 
 TEST_F(RegistrarTest, WhatIsNotCommittedIsUndone) {
@@ -147,15 +158,23 @@ TEST_F(RegistrarTest, FailureAtAnyWriteIsReportedAndUndone) {
     EXPECT_EQ(Register(items), ERROR_SUCCESS) << "there are no more writes than were tried";
 }
 
-LSTATUS WINAPI RefuseToDelete(HKEY, LPCWSTR) { return ERROR_ACCESS_DENIED; }
+/// Refuses, each for a reason of its own, the keys A and C.
+LSTATUS WINAPI RefuseToDelete(HKEY key, LPCWSTR name) {
+    static const auto real = reinterpret_cast<decltype(&::RegDeleteTreeW)>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"advapi32.dll"), "RegDeleteTreeW")));
+    if (std::wstring_view(name) == L"A") return ERROR_ACCESS_DENIED;
+    if (std::wstring_view(name) == L"C") return ERROR_KEY_DELETED;
+    return real(key, name);
+}
 
 TEST_F(RegistrarTest, UnregistrationGoesOnAfterAFailureAndReportsTheFirst) {
-    Register(L"ForceRemove A B");
+    const wchar_t items[] = L"NoRemove N { ForceRemove A B C D }";
+    Register(items);
     {
         const StandIn failing("RegDeleteTreeW", &RefuseToDelete);
-        EXPECT_EQ(Unregister(L"ForceRemove A B"), ERROR_ACCESS_DENIED);
+        EXPECT_EQ(Unregister(items), ERROR_ACCESS_DENIED);
     }
-    EXPECT_EQ(Tree(), (RegistryTree{{L"", L""}, {L"\\A", L""}}));
+    EXPECT_EQ(Tree(), (RegistryTree{{L"", L""}, {L"\\N", L""}, {L"\\N\\A", L""}, {L"\\N\\C", L""}}));
 }
 
 TEST_F(RegistrarTest, UserScopePutsClassesIntoTheUsersOwn) {

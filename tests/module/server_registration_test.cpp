@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <utility>
 
+#include "common/handle.h"
 #include "module/class_table.h"
 #include "module/registrar.h"
 #include "module/registry_script.h"
@@ -124,6 +126,45 @@ TEST_F(ServerRegistrationTest, FailedUpgradeKeepsTheOldRegistration) {
         EXPECT_EQ(Register(), HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
     }
     EXPECT_EQ(Registered(), Expected());
+}
+
+/// Refuses, each for a reason of its own, the first key of either class.
+LSTATUS WINAPI RefuseProgIds(HKEY key, LPCWSTR name) {
+    static const auto real = reinterpret_cast<decltype(&::RegDeleteTreeW)>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"advapi32.dll"), "RegDeleteTreeW")));
+    if (std::wstring_view(name) == kTable[0].progId) return ERROR_ACCESS_DENIED;
+    if (std::wstring_view(name) == kTable[1].progId) return ERROR_KEY_DELETED;
+    return real(key, name);
+}
+
+HRESULT WINAPI RefuseToAsk(REFGUID, WORD, WORD, LCID, BSTR*) { return TYPE_E_REGISTRYACCESS; }
+
+TEST_F(ServerRegistrationTest, UnregistrationGoesOnAfterAFailureAndReturnsTheFirst) {
+    ASSERT_EQ(Register(), S_OK);
+    {
+        const StandIn library("QueryPathOfRegTypeLib", &RefuseToAsk);
+        EXPECT_EQ(Unregister(), TYPE_E_REGISTRYACCESS);
+        ASSERT_EQ(Register(), S_OK);
+        const StandIn keys("RegDeleteTreeW", &RefuseProgIds);
+        EXPECT_EQ(Unregister(), HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
+    }
+    for (const auto& [path, value] : Registered()) {
+        EXPECT_TRUE(path.starts_with(kTable[0].progId) || path.starts_with(kTable[1].progId))
+            << testing::PrintToString(path);
+    }
+    EXPECT_FALSE(Registered().empty());
+}
+
+TEST_F(ServerRegistrationTest, UnregistrationTakesWhatOthersPutBelowTheAppId) {
+    ASSERT_EQ(Register(), S_OK);
+    velk::UniqueRegistryKey foreign;
+    const std::wstring path = L"Software\\Classes\\AppID\\" + AppIdText() + L"\\Foreign";
+    ASSERT_EQ(::RegCreateKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                foreign.Put(), nullptr),
+              ERROR_SUCCESS);
+    foreign.Reset();
+    EXPECT_EQ(Unregister(), S_OK);
+    EXPECT_TRUE(Registered().empty());
 }
 
 HRSRC WINAPI FindNothing(HMODULE, LPCWSTR, LPCWSTR) { return nullptr; }
