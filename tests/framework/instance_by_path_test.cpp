@@ -145,23 +145,17 @@ TEST_F(InstanceProvider, AGetHandsOutTheCachedInstanceWhenTheGenerationIsTheCach
     const ComPtr<ThingProv> provider = Provider();
     Enumerate(*provider.Get());
     const auto cached = Delivered();
-    // A failed rebuild sets the generation back, so that the next good one is again the one that the cache
-    // was made of.
-    g_source.succeeds = false;
-    Get(*provider.Get(), kPathOfB);
-    g_source.succeeds = true;
+    FailARebuild(*provider.Get());
     EXPECT_EQ(Get(*provider.Get(), kPathOfB), S_OK);
     EXPECT_EQ(Delivered().front().Get(), cached.front().Get());
 }
 
-// Known and kept: as above, also where the record at that index is another than it was.
+// Known and kept: also where the record at that index is another than it was.
 TEST_F(InstanceProvider, AGetHandsOutTheCachedInstanceOfTheSameGenerationThoughTheRecordChanged) {
     g_source.names = {L"a"};
     const ComPtr<ThingProv> provider = Provider();
     Enumerate(*provider.Get());
-    g_source.succeeds = false;
-    Get(*provider.Get(), kPathOfB);
-    g_source.succeeds = true;
+    FailARebuild(*provider.Get());
     g_source.names = {L"b"};
     EXPECT_EQ(Get(*provider.Get(), kPathOfB), S_OK);
     EXPECT_THAT(DeliveredNames(), ElementsAre(L"a"));
@@ -171,9 +165,7 @@ TEST_F(InstanceProvider, ACacheThatIsShorterThanTheListIsNotReadBeyondItsEnd) {
     g_source.names = {L"a"};
     const ComPtr<ThingProv> provider = Provider();
     Enumerate(*provider.Get());
-    g_source.succeeds = false;
-    Get(*provider.Get(), kPathOfB);
-    g_source.succeeds = true;
+    FailARebuild(*provider.Get());
     g_source.names = {L"a", L"b"};
     EXPECT_EQ(Get(*provider.Get(), kPathOfB), S_OK);
     EXPECT_THAT(DeliveredNames(), ElementsAre(L"b"));

@@ -162,10 +162,8 @@ TEST_F(InstanceProvider, WhatAFailedFillLeftBehindIsNoCache) {
     classObject->FailPut(L"SystemName", kWbemOutOfMemory);
     EXPECT_EQ(Enumerate(*provider.Get()), kWbemFailed);
     classObject->FailPut(L"SystemName", S_OK);
-    // After the failed rebuild the generation is again the one in which the fill failed.
-    g_source.succeeds = false;
-    Get(*provider.Get(), kPathOfB);
-    g_source.succeeds = true;
+    // The generation is then again the one in which the fill failed.
+    FailARebuild(*provider.Get());
     EXPECT_EQ(Enumerate(*provider.Get()), S_OK);
     EXPECT_THAT(DeliveredNames(), ElementsAre(L"a", L"b"));
 }
@@ -176,9 +174,7 @@ TEST_F(InstanceProvider, ACacheOfTheSameGenerationIsDeliveredThoughTheRecordsCha
     g_source.names = {L"a"};
     const ComPtr<ThingProv> provider = Provider();
     Enumerate(*provider.Get());
-    g_source.succeeds = false;
-    Get(*provider.Get(), kPathOfB);
-    g_source.succeeds = true;
+    FailARebuild(*provider.Get());
     g_source.names = {L"x", L"y"};
     EXPECT_EQ(Enumerate(*provider.Get()), S_OK);
     EXPECT_THAT(DeliveredNames(), ElementsAre(L"a"));

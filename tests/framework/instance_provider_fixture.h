@@ -10,6 +10,7 @@
 #include "common/com_ptr.h"
 #include "common/platform.h"
 #include "common/text.h"
+#include "common/wbem_status.h"
 #include "framework/instance_list.h"
 #include "framework/instance_provider.h"
 #include "framework/property_table.h"
@@ -96,6 +97,12 @@ class InstanceProvider : public ProviderBench {
     }
 
     velk::ComPtr<ThingProv> Provider() { return Initialized<ThingProv>(kWmiClass); }
+    /// Lets one rebuild fail: the next one has the first generation again, as that of a new provider has.
+    void FailARebuild(ThingProv& provider) {
+        g_source.succeeds = false;
+        EXPECT_EQ(Get(provider, kPathOfB), velk::kWbemNotFound);
+        g_source.succeeds = true;
+    }
     std::vector<velk::CString> DeliveredNames() {
         std::vector<velk::CString> names;
         for (const auto& object : Delivered()) names.push_back(object->Text(L"Name"));
