@@ -38,7 +38,7 @@ struct RegistryTypeName {
 constexpr RegistryTypeName kRegistryTypes[] = {
     {L"REG_NONE", REG_NONE},         {L"REG_SZ", REG_SZ},
     {L"REG_BINARY", REG_BINARY},     {L"REG_DWORD", REG_DWORD},
-    {L"REG_MULTI_SZ", REG_MULTI_SZ},
+    {L"REG_MULTI_SZ", REG_MULTI_SZ}, {L"REG_QWORD", REG_QWORD},
 };
 
 void AppendText(std::vector<BYTE>& bytes, const std::wstring& text) {
@@ -47,7 +47,7 @@ void AppendText(std::vector<BYTE>& bytes, const std::wstring& text) {
     std::memcpy(bytes.data() + bytes.size() - size, text.c_str(), size);
 }
 
-DeviceProperty ReadRawProperty(const JsonNode& node) {
+RegistryValue ReadRawValue(const JsonNode& node) {
     node.AllowOnly({"type", "hex"});
     const auto type = node.Find("type");
     const auto hex = node.Find("hex");
@@ -84,7 +84,7 @@ PnpDevice ReadDevice(const JsonNode& node) {
     for (const PropertyName& known : kProperties) {
         if (const auto property = node.Find(known.name)) ReadProperty(known, *property, device);
         const auto rawProperty = raw ? raw->Find(known.name) : std::nullopt;
-        if (rawProperty) device.properties[known.code] = ReadRawProperty(*rawProperty);
+        if (rawProperty) device.properties[known.code] = ReadRawValue(*rawProperty);
     }
     return device;
 }
@@ -136,8 +136,20 @@ SuiteObject ReadObject(const JsonNode& node) {
     return {nameSpace->Text(), className->Text(), properties->Value()};
 }
 
+/// A number is a REG_DWORD, a text a REG_SZ; the raw form is for what no administrator should have set.
+RegistryValue ReadSetting(const JsonNode& node) {
+    if (node.Value().is_object()) return ReadRawValue(node);
+    return node.Value().is_string() ? RegistryValue::Text(node.Text()) : RegistryValue::Number(node.Number());
+}
+
+std::map<std::wstring, RegistryValue> ReadSettings(const JsonNode& node) {
+    std::map<std::wstring, RegistryValue> settings;
+    for (const auto& [name, value] : node.Members()) settings[WideFromUtf8(name)] = ReadSetting(value);
+    return settings;
+}
+
 Machine ReadMachine(const JsonNode& root) {
-    root.AllowOnly({"about", "comment", "computer", "devices", "smbios", "objects"});
+    root.AllowOnly({"about", "comment", "computer", "devices", "smbios", "objects", "settings"});
     Machine machine;
     if (const auto names = root.Find("computer")) machine.names = ReadNames(*names);
     if (const auto smbios = root.Find("smbios")) machine.smbios = ReadSmbios(*smbios);
@@ -147,28 +159,37 @@ Machine ReadMachine(const JsonNode& root) {
     if (const auto objects = root.Find("objects")) {
         for (const JsonNode& object : objects->Elements()) machine.objects.push_back(ReadObject(object));
     }
+    if (const auto settings = root.Find("settings")) machine.settings = ReadSettings(*settings);
     return machine;
 }
 
 }  // namespace
 
-void PnpDevice::SetText(DWORD property, const std::wstring& text) {
-    DeviceProperty made{REG_SZ, {}};
+RegistryValue RegistryValue::Text(const std::wstring& text) {
+    RegistryValue made{REG_SZ, {}};
     AppendText(made.bytes, text);
-    properties[property] = std::move(made);
+    return made;
+}
+
+RegistryValue RegistryValue::Number(DWORD number) {
+    RegistryValue made{REG_DWORD, std::vector<BYTE>(sizeof number)};
+    std::memcpy(made.bytes.data(), &number, sizeof number);
+    return made;
+}
+
+void PnpDevice::SetText(DWORD property, const std::wstring& text) {
+    properties[property] = RegistryValue::Text(text);
 }
 
 void PnpDevice::SetTexts(DWORD property, const std::vector<std::wstring>& texts) {
-    DeviceProperty made{REG_MULTI_SZ, {}};
+    RegistryValue made{REG_MULTI_SZ, {}};
     for (const std::wstring& text : texts) AppendText(made.bytes, text);
     AppendText(made.bytes, {});
     properties[property] = std::move(made);
 }
 
 void PnpDevice::SetNumber(DWORD property, DWORD number) {
-    DeviceProperty made{REG_DWORD, std::vector<BYTE>(sizeof number)};
-    std::memcpy(made.bytes.data(), &number, sizeof number);
-    properties[property] = std::move(made);
+    properties[property] = RegistryValue::Number(number);
 }
 
 Machine ParseMachine(const std::string& json, const std::string& origin) {

@@ -19,10 +19,13 @@ class MachineError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// A device property as SetupAPI hands it out.
-struct DeviceProperty {
+/// A value as the registry holds it, and a device property as SetupAPI hands it out.
+struct RegistryValue {
     DWORD type = REG_NONE;  ///< REG_SZ, REG_MULTI_SZ, REG_DWORD, or whatever an odd case needs
     std::vector<BYTE> bytes;
+
+    static RegistryValue Text(const std::wstring& text);
+    static RegistryValue Number(DWORD number);
 };
 
 /// One device of the Plug and Play database. A property that is not in the map is absent.
@@ -30,7 +33,7 @@ struct PnpDevice {
     std::wstring enumerator = L"PCI";
     std::wstring instanceId;  ///< with the enumerator: PCI\VEN_...\...
     bool present = true;
-    std::map<DWORD, DeviceProperty> properties;  ///< by SPDRP_ code
+    std::map<DWORD, RegistryValue> properties;  ///< by SPDRP_ code
 
     void SetText(DWORD property, const std::wstring& text);
     void SetTexts(DWORD property, const std::vector<std::wstring>& texts);
@@ -64,6 +67,9 @@ struct Machine {
     std::vector<PnpDevice> devices;  ///< in SetupAPI's enumeration order
     std::optional<SmbiosFirmware> smbios;
     std::vector<SuiteObject> objects;
+    /// The provider's settings: the values of its registry key, by name. Without any of this the machine says
+    /// nothing about settings; an empty map is a key without values.
+    std::optional<std::map<std::wstring, RegistryValue>> settings;
 };
 
 /// Reads a machine file. Throws MachineError.

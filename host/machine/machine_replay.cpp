@@ -24,7 +24,11 @@ struct ReplayState {
     std::mutex mutex;  ///< guards the sets
     Machine machine;
     std::map<HDEVINFO, std::shared_ptr<const DeviceSet>> sets;
+    // What the platform does where the machine has no say.
     decltype(&::CreateFileW) createFile = nullptr;
+    decltype(&::RegOpenKeyExW) openKey = nullptr;
+    decltype(&::RegQueryValueExW) queryValue = nullptr;
+    decltype(&::RegCloseKey) closeKey = nullptr;
 };
 
 namespace {
@@ -144,6 +148,46 @@ HANDLE WINAPI OpenFile(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRI
     return activeReplay->createFile(name, access, share, security, creation, flags, pattern);
 }
 
+/// Stands for the opened key of the provider's settings.
+HKEY SettingsKey() { return reinterpret_cast<HKEY>(activeReplay); }
+
+LSTATUS WINAPI OpenKey(HKEY root, LPCWSTR path, DWORD options, REGSAM access, PHKEY key) {
+    const bool wanted = root == HKEY_LOCAL_MACHINE && path != nullptr &&
+                        velk::EqualsIgnoringCase(path, LR"(Software\Velkor\WBEM)");
+    if (!wanted || !activeReplay->machine.settings) {
+        return activeReplay->openKey(root, path, options, access, key);
+    }
+    *key = SettingsKey();
+    return ERROR_SUCCESS;
+}
+
+const RegistryValue* FindSetting(const wchar_t* name) {
+    const auto& settings = activeReplay->machine.settings;
+    if (!settings || name == nullptr) return nullptr;
+    for (const auto& [known, value] : *settings) {
+        if (velk::EqualsIgnoringCase(known.c_str(), name)) return &value;
+    }
+    return nullptr;
+}
+
+LSTATUS WINAPI QueryValue(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data, LPDWORD size) {
+    if (key != SettingsKey()) return activeReplay->queryValue(key, name, reserved, type, data, size);
+    if (data != nullptr && size == nullptr) return ERROR_INVALID_PARAMETER;
+    const RegistryValue* const value = FindSetting(name);
+    if (value == nullptr) return ERROR_FILE_NOT_FOUND;
+    if (type != nullptr) *type = value->type;
+    if (size == nullptr) return ERROR_SUCCESS;
+    const DWORD room = std::exchange(*size, static_cast<DWORD>(value->bytes.size()));
+    if (data == nullptr) return ERROR_SUCCESS;
+    if (room < value->bytes.size()) return ERROR_MORE_DATA;
+    std::ranges::copy(value->bytes, data);
+    return ERROR_SUCCESS;
+}
+
+LSTATUS WINAPI CloseKey(HKEY key) {
+    return key == SettingsKey() ? ERROR_SUCCESS : activeReplay->closeKey(key);
+}
+
 template <class Function>
 void* Address(Function* function) {
     return reinterpret_cast<void*>(function);
@@ -164,9 +208,15 @@ MachineReplay::MachineReplay(HMODULE module, Machine machine) {
         {"SetupDiDestroyDeviceInfoList", Address(DestroyDeviceInfoList)},
         {"GetComputerNameExW", Address(ComputerName)},
         {"CreateFileW", Address(OpenFile)},
+        {"RegOpenKeyExW", Address(OpenKey)},
+        {"RegQueryValueExW", Address(QueryValue)},
+        {"RegCloseKey", Address(CloseKey)},
     };
     // Read before the redirection: in a test program this file's own calls go through the same imports.
     state_->createFile = ::CreateFileW;
+    state_->openKey = ::RegOpenKeyExW;
+    state_->queryValue = ::RegQueryValueExW;
+    state_->closeKey = ::RegCloseKey;
     for (const auto& [function, standIn] : standIns) {
         if (ImportRedirect::Imports(module, function)) redirects_.emplace_back(module, function, standIn);
     }

@@ -12,8 +12,12 @@ struct ReplayState;
 
 /// Makes a loaded module see a machine: its imports of SetupAPI's device enumeration and of
 /// GetComputerNameExW answer from the machine, with the platform's own rules, and its CreateFileW does not
-/// find the health driver. What the module does not import stays out. In a unit test the module is the test
-/// program itself.
+/// find the health driver. Of a machine with settings it reads the registry key of the provider's settings,
+/// too; without, and for all other keys, it is the registry's. What the module does not import stays out. In
+/// a unit test the module is the test program itself.
+///
+/// Settings that a module reads while it is loaded, as the log's are, come from the registry: there is
+/// nothing to redirect before.
 ///
 /// One replay exists at a time in a process. To be destroyed before the module is unloaded and while no other
 /// thread is inside it.

@@ -3,6 +3,7 @@
 #include "common/handle.h"
 #include "common/log_paths.h"
 #include "common/registry.h"
+#include "common/suite_names.h"
 
 namespace velk {
 
@@ -64,8 +65,7 @@ DWORD ReadLogConfiguration(const CString& baseName, const CString& moduleName,
     configuration.folder = DefaultLogFolder();
 
     UniqueRegistryKey key;
-    if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Velkor\\WBEM", 0, KEY_READ, key.Put()) !=
-        ERROR_SUCCESS) {
+    if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSettingsKey, 0, KEY_READ, key.Put()) != ERROR_SUCCESS) {
         return ERROR_SUCCESS;
     }
     const CString base = ToUpper(baseName);

@@ -1,7 +1,6 @@
 #include "slots/slot_texts.h"
 
 #include "framework/resource_string.h"
-#include "smbios/system_slot.h"
 
 namespace velk {
 
@@ -31,12 +30,19 @@ CString LocationDescription(std::uint32_t number) {
     return FormatText(Load(kLocationText).c_str(), number, number);
 }
 
-CString SlotTypeText(std::uint8_t slotType) {
-    if (slotType == kSlotTypePciX) return Load(kPciXText);
-    if (slotType == kSlotTypePci66) return Load(kPci66Text);
-    if (slotType == kSlotTypePci) return Load(kPciText);
-    if (IsPciExpress(slotType)) return Load(kPciExpressText);
-    return {};
+CString SlotKindText(SlotKind kind) {
+    switch (kind) {
+        case SlotKind::kPciX:
+            return Load(kPciXText);
+        case SlotKind::kPci66:
+            return Load(kPci66Text);
+        case SlotKind::kPci:
+            return Load(kPciText);
+        case SlotKind::kPciExpress:
+            return Load(kPciExpressText);
+        default:
+            return {};
+    }
 }
 
 CString SlotRelativePath(const CString& tag) {

@@ -4,6 +4,7 @@
 
 #include "common/platform.h"
 #include "common/text.h"
+#include "smbios/system_slot.h"
 
 namespace velk {
 
@@ -22,8 +23,8 @@ CString CompatibilityText();
 CString SlotPosition(std::uint32_t number);
 /// Tells an operator where to look.
 CString LocationDescription(std::uint32_t number);
-/// Name of a kind of slot, "PCI Express" or the like; empty for types outside the PCI families.
-CString SlotTypeText(std::uint8_t slotType);
+/// Name of a kind of slot, "PCI Express" or the like; empty outside the PCI families.
+CString SlotKindText(SlotKind kind);
 
 /// Relative object paths.
 CString SlotRelativePath(const CString& tag);

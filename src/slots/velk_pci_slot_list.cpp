@@ -12,17 +12,17 @@ namespace velk {
 namespace {
 
 /// CIM ConnectorType.
-std::uint16_t ConnectorType(std::uint8_t slotType) noexcept {
+std::uint16_t ConnectorType(SlotKind kind) noexcept {
     constexpr std::uint16_t kOther = 1;
     constexpr std::uint16_t kPci = 43;
     constexpr std::uint16_t kPci66 = 80;
     constexpr std::uint16_t kPciX = 98;
-    switch (slotType) {
-        case kSlotTypePciX:
+    switch (kind) {
+        case SlotKind::kPciX:
             return kPciX;
-        case kSlotTypePci66:
+        case SlotKind::kPci66:
             return kPci66;
-        case kSlotTypePci:
+        case SlotKind::kPci:
             return kPci;
         default:
             return kOther;
@@ -42,10 +42,10 @@ CVelkPCISlot MakeSlot(std::uint32_t number, const SystemSlot& structure, bool br
     slot.supportsHotPlug = structure.supportsHotPlug;
     slot.poweredOn = !structure.supportsHotPlug || bridgeReportsNumber;
 
-    slot.connectorPinout = SlotTypeText(structure.slotType);
-    slot.connectorType = {ConnectorType(structure.slotType)};
+    slot.connectorPinout = SlotKindText(structure.kind);
+    slot.connectorType = {ConnectorType(structure.kind)};
     slot.connectorLayout = ConnectorLayoutOfSlot(structure);
-    if (IsPciExpress(structure.slotType)) slot.otherTypeDescription = slot.connectorPinout;
+    if (structure.kind == SlotKind::kPciExpress) slot.otherTypeDescription = slot.connectorPinout;
     return slot;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "smbios/slot_type_setting.h"
 #include "smbios/structure_table.h"
 
 namespace velk {
@@ -60,7 +61,7 @@ SystemSlots SmbiosTable::ReadSlots() {
     // One lock around both, so that no other thread's Load comes between.
     const KernelMutexGuard guard(mutex_.Get());
     if (!IsLoaded() && !Load()) return {};
-    return ReadSystemSlots(Bytes());
+    return ReadSystemSlots(Bytes(), ReadExpressTypes());
 }
 
 std::span<const std::uint8_t> SmbiosTable::Bytes() const noexcept {

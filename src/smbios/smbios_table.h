@@ -42,7 +42,8 @@ class SmbiosTable {
     std::uint32_t CountPciSlots();
 
     /// All slot structures in one reading, for callers that look for many slot numbers; loads the table if
-    /// need be, and gives none when that fails. Throws std::bad_alloc.
+    /// need be, and gives none when that fails. Which types are PCI slots is read from the settings on each
+    /// call, and stands in what is handed out. Throws std::bad_alloc.
     SystemSlots ReadSlots();
 
     /// Copies physical memory by the health driver.

@@ -16,8 +16,25 @@ constexpr std::size_t kSlotIdOffset = 0x09;
 constexpr std::size_t kCharacteristics2Offset = 0x0C;
 constexpr std::uint8_t kHotPlugSupported = 0x02;
 
-constexpr std::uint8_t kFirstPciExpress = 0xA5;
-constexpr std::uint8_t kLastPciExpress = 0xB0;
+/// Slot types, both ends included (SMBIOS 7.10.1).
+struct TypeRange {
+    std::uint8_t first;
+    std::uint8_t last;
+    bool Holds(std::uint8_t slotType) const noexcept { return slotType >= first && slotType <= last; }
+};
+constexpr TypeRange kExpressToGeneration2 = {0xA5, 0xB0};
+constexpr TypeRange kExpressGeneration3 = {0xB1, 0xB6};
+constexpr TypeRange kExpressFromGeneration4 = {0xB8, 0xC4};
+
+constexpr std::uint8_t kSlotTypePci = 0x06;
+constexpr std::uint8_t kSlotTypePci66 = 0x0E;
+constexpr std::uint8_t kSlotTypePciX = 0x12;
+
+bool IsPciExpress(std::uint8_t slotType, ExpressTypes express) noexcept {
+    if (kExpressToGeneration2.Holds(slotType)) return true;
+    return express == ExpressTypes::kModern &&
+           (kExpressGeneration3.Holds(slotType) || kExpressFromGeneration4.Holds(slotType));
+}
 
 constexpr std::uint16_t kLayoutUnknown = 0;
 constexpr std::uint16_t kLayoutPci = 16;
@@ -25,9 +42,9 @@ constexpr std::uint16_t kLayoutPciX = 17;
 constexpr std::uint16_t kLayoutPciExpress = 18;
 
 std::uint16_t Layout(const SystemSlot& slot, std::uint16_t unlistedExpressWidth) noexcept {
-    if (slot.slotType == kSlotTypePciX) return kLayoutPciX;
-    if (slot.slotType == kSlotTypePci66 || slot.slotType == kSlotTypePci) return kLayoutPci;
-    if (!IsPciExpress(slot.slotType)) return kLayoutUnknown;
+    if (slot.kind == SlotKind::kPciX) return kLayoutPciX;
+    if (slot.kind == SlotKind::kPci66 || slot.kind == SlotKind::kPci) return kLayoutPci;
+    if (slot.kind != SlotKind::kPciExpress) return kLayoutUnknown;
     switch (slot.dataBusWidth) {
         case 0x08:
             return 19;  // x1
@@ -50,31 +67,29 @@ std::uint16_t Layout(const SystemSlot& slot, std::uint16_t unlistedExpressWidth)
 
 }  // namespace
 
-bool IsPciExpress(std::uint8_t slotType) noexcept {
-    return slotType >= kFirstPciExpress && slotType <= kLastPciExpress;
+SlotKind KindOfSlotType(std::uint8_t slotType, ExpressTypes express) noexcept {
+    if (slotType == kSlotTypePci) return SlotKind::kPci;
+    if (slotType == kSlotTypePci66) return SlotKind::kPci66;
+    if (slotType == kSlotTypePciX) return SlotKind::kPciX;
+    return IsPciExpress(slotType, express) ? SlotKind::kPciExpress : SlotKind::kOther;
 }
 
-bool IsPciSlotType(std::uint8_t slotType) noexcept {
-    return slotType == kSlotTypePci || slotType == kSlotTypePci66 || slotType == kSlotTypePciX ||
-           IsPciExpress(slotType);
-}
-
-SystemSlot DecodeSystemSlot(std::span<const std::uint8_t> formatted) noexcept {
+SystemSlot DecodeSystemSlot(std::span<const std::uint8_t> formatted, ExpressTypes express) noexcept {
     // Zeros are what each field's absence comes nearest to: no PCI slot type, no known width, the ID that no
     // printed slot number has, no hot-plug.
     const auto bytes = formatted.first(std::min(formatted.size(), kSystemSlotBytes));
-    return {ReadUInt8(bytes, kSlotTypeOffset), ReadUInt8(bytes, kDataBusWidthOffset),
+    return {KindOfSlotType(ReadUInt8(bytes, kSlotTypeOffset), express), ReadUInt8(bytes, kDataBusWidthOffset),
             ReadUInt16(bytes, kSlotIdOffset),
             (ReadUInt8(bytes, kCharacteristics2Offset) & kHotPlugSupported) != 0};
 }
 
-SystemSlots ReadSystemSlots(std::span<const std::uint8_t> table) {
+SystemSlots ReadSystemSlots(std::span<const std::uint8_t> table, ExpressTypes express) {
     SystemSlots slots;
     StructureWalk walk(table);
     while (const std::optional<SmbiosStructure> structure = walk.Next()) {
         if (structure->type != kSystemSlotStructure) continue;
-        slots.structures.push_back(DecodeSystemSlot(structure->formatted));
-        if (IsPciSlotType(slots.structures.back().slotType)) ++slots.pciCount;
+        slots.structures.push_back(DecodeSystemSlot(structure->formatted, express));
+        if (slots.structures.back().kind != SlotKind::kOther) ++slots.pciCount;
     }
     return slots;
 }

@@ -33,6 +33,11 @@ class AssociationBench : public ProviderBench {
     /// Before the first request: the table is read once in a process.
     void ServeSlots(std::initializer_list<Slot> slots);
 
+    /// What an administrator set about the slot types of modern servers.
+    void SetModernSlotTypes(DWORD value) {
+        machine.settings.emplace()[L"ModernSlotTypes"] = velkhost::RegistryValue::Number(value);
+    }
+
     /// Makes the suite hold chassis of these paths.
     void ServeChassis(std::initializer_list<const wchar_t*> paths);
 

@@ -53,6 +53,16 @@ TEST_F(CVelkPCISlotElementLocationProv, AFoundSlotOfAnotherKindCountsTowardsTheN
     EXPECT_THAT(DeliveredReferences(), ElementsAre(Pair(1)));
 }
 
+TEST_F(CVelkPCISlotElementLocationProv, ModernSlotTypesAreLocatedWhileTheSettingIsOn) {
+    constexpr std::uint8_t kGeneration4 = 0xBD;
+    ServeSlots({{1}, {2, kGeneration4}});
+    EXPECT_EQ(Enumerate(), S_OK);
+    EXPECT_THAT(DeliveredReferences(), ElementsAre(Pair(1)));
+    SetModernSlotTypes(1);
+    EXPECT_EQ(Enumerate(), S_OK);
+    EXPECT_THAT(DeliveredReferences(), ElementsAre(Pair(1), Pair(2)));
+}
+
 TEST_F(CVelkPCISlotElementLocationProv, ASlotWithTheIdZeroIsFoundBehindTheSixteenBitNumbers) {
     ServeSlots({{0}});
     EXPECT_EQ(Enumerate(), S_OK);

@@ -47,6 +47,16 @@ TEST_F(CVelkSystemPCISlotProv, OnlyPciSlotsAreCountedButSlotsOfEveryKindAreFound
     EXPECT_THAT(Slots(), ElementsAre(SlotPath(1), SlotPath(2)));
 }
 
+TEST_F(CVelkSystemPCISlotProv, ModernSlotTypesAreCountedWhileTheSettingIsOn) {
+    constexpr std::uint8_t kGeneration5 = 0xC3;
+    ServeSlots({{1, kGeneration5}, {2, kGeneration5}});
+    EXPECT_EQ(Enumerate(), S_OK);
+    EXPECT_THAT(sink->indications, IsEmpty());
+    SetModernSlotTypes(1);
+    EXPECT_EQ(Enumerate(), S_OK);
+    EXPECT_THAT(Slots(), ElementsAre(SlotPath(1), SlotPath(2)));
+}
+
 TEST_F(CVelkSystemPCISlotProv, ANumberThatTwoSlotsShareIsListedOnce) {
     ServeSlots({{1}, {1}, {0}});
     EXPECT_EQ(Enumerate(), S_OK);

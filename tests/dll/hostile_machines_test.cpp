@@ -55,16 +55,16 @@ constexpr DWORD kProperties[] = {
 
 constexpr std::size_t kFullProperty = 2048;  // bytes that the module has room for
 
-velkhost::DeviceProperty FromText(const std::wstring& text, DWORD type = REG_SZ) {
+velkhost::RegistryValue FromText(const std::wstring& text, DWORD type = REG_SZ) {
     const auto* const bytes = reinterpret_cast<const BYTE*>(text.data());
     return {type, {bytes, bytes + text.size() * sizeof(wchar_t)}};
 }
 
 /// What a property may hold, of which no terminator is added.
-std::vector<velkhost::DeviceProperty> OddProperties() {
+std::vector<velkhost::RegistryValue> OddProperties() {
     using namespace std::string_literals;
     const std::wstring digits(900, L'9');
-    std::vector<velkhost::DeviceProperty> odd = {
+    std::vector<velkhost::RegistryValue> odd = {
         {REG_SZ, {}},
         {REG_SZ, {0}},
         {REG_SZ, {0, 0}},

@@ -24,6 +24,8 @@ SLOW_CLASS = "Velk_PCISlotElementLocation"
 NO_TABLE_MESSAGE = "velkhost: Velk_SystemPCISlot: WBEM_E_FAILED (0x80041001)\n"
 # PCI, PCI 66 MHz, PCI-X, PCI Express: what counts as a PCI slot.
 PCI_SLOT_TYPES = {0x06, 0x0E, 0x12} | set(range(0xA5, 0xB1))
+# PCI Express 3 to 6, which count by a setting; B7h is reserved.
+MODERN_SLOT_TYPES = set(range(0xB1, 0xC5)) - {0xB7}
 
 prefix = None
 
@@ -171,6 +173,41 @@ class NoTable(unittest.TestCase):
         self.assertNotIn(None, prefix.get_all([each["Dependent"] for each in ends], machine=self.MACHINE).values())
 
 
+class ModernServer(unittest.TestCase):
+    """The slots of a server of 2024 come and go with the setting."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.machine = json.loads((ROOT / "machines" / "server-of-2024.json").read_text(encoding="utf-8"))
+
+    def file_with(self, settings):
+        machine = {name: value for name, value in self.machine.items() if name != "settings"}
+        if settings is not None:
+            machine["settings"] = settings
+        file = prefix.folder / "modern.json"
+        file.write_text(json.dumps(machine), encoding="utf-8")
+        return file
+
+    def slots(self, settings) -> list:
+        listed = prefix.velkhost("list", "Velk_PCISlot", "--json", machine=self.file_with(settings))
+        self.assertEqual((listed.code, listed.errors), (0, ""))
+        return [each["properties"]["Number"] for each in listed.json()]
+
+    def test_without_the_setting_there_is_no_slot(self):
+        for settings in (None, {}, {"ModernSlotTypes": 0}, {"ModernSlotTypes": "1"}):
+            self.assertEqual(self.slots(settings), [], settings)
+
+    def test_with_the_setting_all_eight_are_there_and_no_bay_or_network_card(self):
+        self.assertEqual(self.slots({"ModernSlotTypes": 1}), [1, 2, 3, 4, 5, 6, 7, 8])
+
+    def test_registry_decides_where_the_machine_says_nothing(self):
+        key = wine_prefix.COMMON_LOG_KEY
+        prefix.wine("reg", "add", key, "/v", "ModernSlotTypes", "/t", "REG_DWORD", "/d", "1", "/f")
+        self.addCleanup(prefix.wine, "reg", "delete", key, "/v", "ModernSlotTypes", "/f")
+        self.assertEqual(self.slots(None), [1, 2, 3, 4, 5, 6, 7, 8])
+        self.assertEqual(self.slots({}), [])
+
+
 class Samples(unittest.TestCase):
     def test_every_kind_of_machine_is_there(self):
         """So that no test above stands still because its machine went missing."""
@@ -185,6 +222,7 @@ def make_case(file) -> type:
     machine = json.loads(file.read_text(encoding="utf-8"))
     slots = slots_of(compare_dmidecode.table_of(machine)[0])
     slot_ids = [slot_id for _, slot_id in slots]
+    slot_types = PCI_SLOT_TYPES | (MODERN_SLOT_TYPES if compare_dmidecode.modern_types_of(machine) else set())
     searches_far = 0 in slot_ids or len(set(slot_ids)) < len(slot_ids)
     return type("".join(part.capitalize() for part in file.stem.split("-")),
                 (FarSearchCase if searches_far else MachineCase, unittest.TestCase), {
@@ -193,7 +231,7 @@ def make_case(file) -> type:
                     if each.get("enumerator", "PCI") == "PCI" and each.get("present", True)],
         "has_table": "smbios" in machine,
         "slot_ids": slot_ids,
-        "slot_count": sum(kind in PCI_SLOT_TYPES for kind, _ in slots),
+        "slot_count": sum(kind in slot_types for kind, _ in slots),
         "searches_far": searches_far,
     })
 

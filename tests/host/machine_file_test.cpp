@@ -80,6 +80,33 @@ TEST(MachineFile, ObjectsKeepTheirValues) {
     EXPECT_EQ(machine.objects[0].properties.at("N").size(), 2u);
 }
 
+TEST(MachineFile, SettingsAreNumbersTextsAndRawValues) {
+    EXPECT_FALSE(ParseMachine("{}", "x").settings) << "nothing is said of settings";
+    const Machine none = ParseMachine(R"({"settings": {}})", "x");
+    ASSERT_TRUE(none.settings);
+    EXPECT_TRUE(none.settings->empty());
+
+    const Machine machine = ParseMachine(R"({"settings": {"ModernSlotTypes": 4294967295, "Größe": "A",
+        "Odd": {"type": "REG_QWORD", "hex": "01 00 00 00 00 00 00 00"}}})",
+                                         "x");
+    ASSERT_TRUE(machine.settings);
+    const auto& settings = *machine.settings;
+    ASSERT_EQ(settings.size(), 3u);
+    EXPECT_EQ(settings.at(L"ModernSlotTypes").type, static_cast<DWORD>(REG_DWORD));
+    EXPECT_EQ(settings.at(L"ModernSlotTypes").bytes, (std::vector<BYTE>{0xFF, 0xFF, 0xFF, 0xFF}));
+    EXPECT_EQ(settings.at(L"Gr\u00F6\u00DFe").type, static_cast<DWORD>(REG_SZ));
+    EXPECT_EQ(settings.at(L"Gr\u00F6\u00DFe").bytes, (std::vector<BYTE>{'A', 0, 0, 0}));
+    EXPECT_EQ(settings.at(L"Odd").type, static_cast<DWORD>(REG_QWORD));
+    EXPECT_EQ(settings.at(L"Odd").bytes.size(), 8u);
+
+    EXPECT_EQ(Complaint(R"({"settings": []})"), "odd.json: $.settings: an object is expected");
+    EXPECT_EQ(Complaint(R"({"settings": {"ModernSlotTypes": true}})"),
+              "odd.json: $.settings.ModernSlotTypes: a whole number of 0 to 4294967295 is expected");
+    EXPECT_EQ(Complaint(R"({"settings": {"A": {"type": "REG_SZ"}}})"),
+              "odd.json: $.settings.A: type and hex are expected");
+    EXPECT_EQ(Complaint(R"({"setting": {}})"), "odd.json: $.setting: unknown member");
+}
+
 TEST(MachineFile, ComplaintsNameTheFileAndThePlace) {
     EXPECT_EQ(Complaint(R"({"devices": [{}, {"HardwareID": ["A", 5]}]})"),
               "odd.json: $.devices[1].HardwareID[1]: a text is expected");

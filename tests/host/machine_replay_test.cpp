@@ -5,6 +5,7 @@
 
 #include "common/handle.h"
 #include "host/machine/machine_replay.h"
+#include "support/registry_fixture.h"
 
 namespace {
 
@@ -161,6 +162,70 @@ TEST_F(MachineReplayTest, HealthDriverIsAbsentAndOtherFilesAreNot) {
     ::GetModuleFileNameW(nullptr, program, MAX_PATH);
     EXPECT_TRUE(velk::UniqueFile(
         ::CreateFileW(program, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr)));
+}
+
+/// The provider's settings through the registry's own functions.
+class SettingsReplayTest : public MachineReplayTest {
+  protected:
+    static velk::UniqueRegistryKey OpenKey(const wchar_t* path) {
+        velk::UniqueRegistryKey key;
+        ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_QUERY_VALUE, key.Put());
+        return key;
+    }
+    std::optional<DWORD> Read(const wchar_t* name) const {
+        return registry_.GetDword(velktest::kCommonLogKey, name);
+    }
+
+    velktest::RegistryFixture registry_;
+};
+
+TEST_F(SettingsReplayTest, WithoutSettingsTheRegistryAnswers) {
+    EXPECT_FALSE(Read(L"Setting"));
+    registry_.SetDword(velktest::kCommonLogKey, L"Setting", 5);
+    EXPECT_EQ(Read(L"Setting"), 5u);
+    replay_.Current().settings.emplace();
+    EXPECT_FALSE(Read(L"Setting")) << "a machine without settings of that name";
+    replay_.Current().settings.reset();
+    EXPECT_EQ(Read(L"Setting"), 5u);
+}
+
+TEST_F(SettingsReplayTest, SettingsAreReadByNameInAnyCase) {
+    replay_.Current().settings.emplace()[L"Setting"] = velkhost::RegistryValue::Number(7);
+    EXPECT_EQ(Read(L"SETTING"), 7u);
+    EXPECT_FALSE(Read(L"Settin"));
+    EXPECT_TRUE(OpenKey(L"SOFTWARE\\VELKOR\\wbem"));
+}
+
+TEST_F(SettingsReplayTest, OtherKeysAreTheRegistrys) {
+    replay_.Current().settings.emplace()[L"Setting"] = velkhost::RegistryValue::Number(7);
+    EXPECT_FALSE(OpenKey(L"Software\\Velkor\\WBEM\\ServerLOGGING"));
+    const velk::UniqueRegistryKey windows = OpenKey(L"Software\\Microsoft\\Windows NT\\CurrentVersion");
+    ASSERT_TRUE(windows);
+    EXPECT_EQ(::RegQueryValueExW(windows.Get(), L"Setting", nullptr, nullptr, nullptr, nullptr),
+              ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(::RegQueryValueExW(windows.Get(), L"CurrentVersion", nullptr, nullptr, nullptr, nullptr),
+              ERROR_SUCCESS);
+}
+
+TEST_F(SettingsReplayTest, ValueFollowsTheSizeRules) {
+    replay_.Current().settings.emplace()[L"Text"] = velkhost::RegistryValue::Text(L"abc");
+    const velk::UniqueRegistryKey key = OpenKey(velktest::kCommonLogKey);
+    ASSERT_TRUE(key);
+    wchar_t text[8] = L"#######";
+    auto* const data = reinterpret_cast<BYTE*>(text);
+    DWORD type = 0;
+    DWORD size = 7;
+    EXPECT_EQ(::RegQueryValueExW(key.Get(), L"Text", nullptr, &type, data, &size), ERROR_MORE_DATA);
+    EXPECT_EQ(size, 8u);
+    EXPECT_EQ(type, static_cast<DWORD>(REG_SZ));
+    EXPECT_EQ(text[0], L'#');
+    size = 0;
+    EXPECT_EQ(::RegQueryValueExW(key.Get(), L"Text", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
+    EXPECT_EQ(size, 8u);
+    EXPECT_EQ(::RegQueryValueExW(key.Get(), L"Text", nullptr, nullptr, data, &size), ERROR_SUCCESS);
+    EXPECT_STREQ(text, L"abc");
+    EXPECT_EQ(::RegQueryValueExW(key.Get(), L"Text", nullptr, nullptr, data, nullptr),
+              ERROR_INVALID_PARAMETER);
 }
 
 TEST_F(MachineReplayTest, SecondReplayIsRefused) {

@@ -4,6 +4,7 @@ Wine's msiexec repairs by REINSTALL properties alone, not by /f; on Windows the 
 """
 
 import hashlib
+import json
 import pathlib
 import re
 import shutil
@@ -25,6 +26,7 @@ DLL_PATH = r"C:\Program Files\Velkor\VelkWmiPci\VelkWmiPci.dll"
 MOF_PATH = r"C:\Program Files\Velkor\VelkWmiPci\mof\VelkWmiPci.mof"
 UNINSTALL_MOF_PATH = r"C:\Program Files\Velkor\VelkWmiPci\mof\uninstall.mof"
 CLASSES = r"HKEY_LOCAL_MACHINE\Software\Classes"
+SETTINGS = r"HKEY_LOCAL_MACHINE\Software\Velkor\WBEM"
 PRODUCTS = r"HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\Uninstall"
 APP_ID = "{6170B318-1620-4335-AA40-6ABAEE17BA4D}"
 TYPE_LIBRARY = "{A104667A-072E-466E-AFD1-94FD0959E4FB}"
@@ -129,6 +131,14 @@ class Package(unittest.TestCase):
             file.unlink(missing_ok=True)
         shutil.rmtree(LOGS, ignore_errors=True)
         LOGS.mkdir()
+        wine("reg", "delete", r"HKLM\Software\Velkor", "/f", check=False)
+
+    def settings(self):
+        """The values of the settings' key; None without it."""
+        return registry().get(SETTINGS.lower())
+
+    def administrator_sets(self, value):
+        wine("reg", "add", SETTINGS, "/v", "ModernSlotTypes", "/t", "REG_DWORD", "/d", value, "/f")
 
     def install(self, package, *properties, check=True) -> int:
         return wine("msiexec", "/i", package, *properties, "/qn", check=check).returncode
@@ -238,6 +248,57 @@ class Package(unittest.TestCase):
         self.remove()
         self.assertNothingLeft()
 
+    def test_property_turns_the_slot_types_of_modern_servers_on(self):
+        self.install(self.package, "MODERNSLOTTYPES=1")
+        self.assertEqual(self.settings(), ['"ModernSlotTypes"=dword:00000001'])
+        self.install(self.package, "REINSTALL=ALL", "REINSTALLMODE=omus")
+        self.assertEqual(self.settings(), ['"ModernSlotTypes"=dword:00000001'], "a repair leaves it")
+        self.remove()
+        self.assertEqual(self.settings(), ['"ModernSlotTypes"=dword:00000001'], "settings stay, as those made by hand do")
+
+    def test_installed_provider_lists_modern_slots_by_the_property(self):
+        machine = json.loads((ROOT / "machines" / "server-of-2024.json").read_text("utf-8"))
+        del machine["settings"]  # so that the registry's counts
+        file = WORK / "modern.json"
+        file.write_text(json.dumps(machine), "utf-8")
+
+        def slots():
+            listed = wine(BUILD / "velkhost.exe", "--machine", file, "list", "Velk_PCISlot", "--json").stdout
+            return [each["properties"]["Number"] for each in json.loads(listed)]
+
+        self.install(self.older)
+        self.assertEqual(slots(), [])
+        self.install(self.package, "MODERNSLOTTYPES=1")
+        self.assertEqual(slots(), [1, 2, 3, 4, 5, 6, 7, 8])
+
+    def test_upgrade_keeps_what_the_administrator_set(self):
+        self.install(self.older, "MODERNSLOTTYPES=1")
+        self.install(self.package)
+        self.assertEqual(self.settings(), ['"ModernSlotTypes"=dword:00000001'])
+        self.remove()
+
+        self.install(self.older, "MODERNSLOTTYPES=1")
+        self.administrator_sets("0")
+        self.install(self.package)
+        self.assertEqual(self.settings(), ['"ModernSlotTypes"=dword:00000000'], "set by hand after the installation")
+        self.install(self.package, "REINSTALL=ALL", "REINSTALLMODE=omus")
+        self.assertEqual(self.settings(), ['"ModernSlotTypes"=dword:00000000'])
+
+    def test_upgrade_with_the_property_sets_anew(self):
+        self.administrator_sets("1")
+        self.install(self.older)
+        self.assertEqual(self.settings(), ['"ModernSlotTypes"=dword:00000001'], "set before the installation")
+        self.install(self.package, "MODERNSLOTTYPES=0")
+        self.assertEqual(self.settings(), ['"ModernSlotTypes"=dword:00000000'])
+
+    def test_without_the_property_nothing_is_set(self):
+        self.install(self.package)
+        self.assertIsNone(self.settings())
+
+    def test_another_value_of_the_property_is_refused(self):
+        self.assertNotEqual(self.install(self.package, "MODERNSLOTTYPES=on", check=False), 0)
+        self.assertNothingLeft()
+
     def test_older_version_does_not_replace_a_newer_one(self):
         self.install(self.package)
         self.assertNotEqual(self.install(self.older, check=False), 0)
@@ -283,6 +344,11 @@ class Package(unittest.TestCase):
         rollback = 0x100
         for action, kind, *_ in table(self.package, "CustomAction"):
             self.assertEqual(bool(int(kind) & rollback), action.startswith("Undo"), action)
+
+    def test_property_reaches_an_installation_that_is_raised_to_the_systems_rights(self):
+        secure = dict(table(self.package, "Property"))["SecureCustomProperties"].split(";")
+        searched = [row[6] for row in table(self.package, "Upgrade")]
+        self.assertEqual(sorted(secure), sorted(["MODERNSLOTTYPES", *searched]))
 
     def test_versions_share_the_upgrade_code_alone(self):
         current, older = (dict(table(package, "Property")) for package in (self.package, self.older))

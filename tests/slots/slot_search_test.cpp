@@ -12,12 +12,12 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 
-constexpr std::uint8_t kPci = 0xA5;
-constexpr std::uint8_t kIsa = 0x03;
+constexpr SlotKind kPci = SlotKind::kPciExpress;
+constexpr SlotKind kIsa = SlotKind::kOther;
 
 SystemSlots SlotsOf(std::vector<SystemSlot> structures) {
     SystemSlots slots{std::move(structures), 0};
-    for (const SystemSlot& slot : slots.structures) slots.pciCount += IsPciSlotType(slot.slotType) ? 1U : 0U;
+    for (const SystemSlot& slot : slots.structures) slots.pciCount += slot.kind == kIsa ? 0U : 1U;
     return slots;
 }
 
@@ -26,7 +26,7 @@ SystemSlots PciSlots(const std::vector<std::uint16_t>& ids) {
     std::vector<SystemSlot> structures;
     for (const std::uint16_t id : ids) {
         structures.push_back(
-            {.slotType = kPci, .dataBusWidth = static_cast<std::uint8_t>(structures.size()), .id = id});
+            {.kind = kPci, .dataBusWidth = static_cast<std::uint8_t>(structures.size()), .id = id});
     }
     return SlotsOf(structures);
 }
@@ -60,13 +60,13 @@ TEST(SlotSearch, GapsInSlotIdsAreSkipped) {
 
 TEST(SlotSearch, NoPciSlotsMeansNoSearch) {
     EXPECT_THAT(Hits(PciSlots({})), IsEmpty());
-    EXPECT_THAT(Hits(SlotsOf({{.slotType = kIsa, .id = 1}})), IsEmpty());
+    EXPECT_THAT(Hits(SlotsOf({{.kind = kIsa, .id = 1}})), IsEmpty());
 }
 
 TEST(SlotSearch, AStructureOfAnotherTypeIsFoundLikeAnyOtherAndCostsAPciSlotItsPlace) {
-    const SystemSlots slots = SlotsOf({{.slotType = kIsa, .dataBusWidth = 0, .id = 1},
-                                       {.slotType = kPci, .dataBusWidth = 1, .id = 2},
-                                       {.slotType = kPci, .dataBusWidth = 2, .id = 3}});
+    const SystemSlots slots = SlotsOf({{.kind = kIsa, .dataBusWidth = 0, .id = 1},
+                                       {.kind = kPci, .dataBusWidth = 1, .id = 2},
+                                       {.kind = kPci, .dataBusWidth = 2, .id = 3}});
     EXPECT_THAT(Hits(slots), ElementsAre(Pair(1, 0), Pair(2, 1)));
 }
 
@@ -122,7 +122,7 @@ TEST(SlotSearch, FindsWhatTryingNumberByNumberFinds) {
     for (int round = 0; round < 60; ++round) {
         std::vector<SystemSlot> structures(upTo(12));
         for (std::size_t at = 0; at < structures.size(); ++at) {
-            structures[at] = {.slotType = upTo(3) == 0 ? kIsa : kPci,
+            structures[at] = {.kind = upTo(3) == 0 ? kIsa : kPci,
                               .dataBusWidth = static_cast<std::uint8_t>(at),
                               .id = static_cast<std::uint16_t>(upTo(9) == 0 ? 0xFFFF - upTo(2) : upTo(14))};
         }

@@ -23,6 +23,11 @@ class SlotsBench : public ProviderBench {
     void ServeTable(const Bytes& table);
     void ServeSlots(const std::vector<SmbiosBuilder::Slot>& slots) { ServeTable(TableOfSlots(slots)); }
 
+    /// What an administrator set about the slot types of modern servers.
+    void SetModernSlotTypes(DWORD value) {
+        Machine().settings.emplace()[L"ModernSlotTypes"] = velkhost::RegistryValue::Number(value);
+    }
+
     velkhost::Machine& Machine() { return replay_.Current(); }
 
   private:

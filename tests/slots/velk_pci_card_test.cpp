@@ -74,6 +74,18 @@ TEST_F(CVelkPCICardListTest, TheBusLayoutFollowsTheSlotsStructure) {
     EXPECT_EQ(LayoutOf(0xB1, 0x0D), 0) << "a known slot of an unlisted type is unknown, not the card before";
 }
 
+TEST_F(CVelkPCICardListTest, ModernSlotTypesHaveABusLayoutWhileTheSettingIsOn) {
+    SetModernSlotTypes(1);
+    EXPECT_EQ(LayoutOf(0xB1, 0x0D), 23);
+    EXPECT_EQ(LayoutOf(0xB7, 0x0D), 0) << "reserved";
+    EXPECT_EQ(LayoutOf(0xBD, 0x0D), 23);
+    EXPECT_EQ(LayoutOf(0xC3, 0x0C), 17) << "x12";
+    EXPECT_EQ(LayoutOf(0xC4, 0x0A), 21);
+    EXPECT_EQ(LayoutOf(0xC5, 0x0A), 0) << "a drive bay";
+    SetModernSlotTypes(0);
+    EXPECT_EQ(LayoutOf(0xBD, 0x0D), 0);
+}
+
 TEST_F(CVelkPCICardListTest, ASlotWithoutStructureTakesThePreviousCardsLayout) {
     ServeSlots({{.id = 2, .width = 0x0A}, {.id = 4, .width = 0x08}});
     for (const DWORD slot : {7u, 2u, 8u, 4u, 9u}) AddFunction(slot);

@@ -41,6 +41,15 @@ TEST_F(CVelkPCISlotLocationListTest, HasTheSlotsOfTheSlotList) {
     EXPECT_THAT(positions, ElementsAre(L"2", L"5", L"65536"));
 }
 
+TEST_F(CVelkPCISlotLocationListTest, ModernSlotTypesHaveLocationsWhileTheSettingIsOn) {
+    ServeSlots({{.id = 3, .type = 0xC3}});
+    EXPECT_THAT(Rebuilt(list), IsEmpty());
+    SetModernSlotTypes(1);
+    const auto records = Rebuilt(list);
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].name, L"PCI Slot 3");
+}
+
 TEST_F(CVelkPCISlotLocationListTest, WithoutATableTheListIsAnEmptySuccess) {
     EXPECT_THAT(Rebuilt(list), IsEmpty());
 }

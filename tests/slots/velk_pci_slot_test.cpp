@@ -80,6 +80,33 @@ TEST_F(CVelkPCISlotListTest, MapsTheSlotType) {
     }
 }
 
+TEST_F(CVelkPCISlotListTest, ModernSlotTypesAreSlotsWhileTheSettingIsOn) {
+    ServeSlots({{.id = 1, .type = 0xB6, .width = 0x0D},    // generation 3 x16
+                {.id = 2, .type = 0xB7},                   // reserved
+                {.id = 3, .type = 0xBC, .width = 0x0B},    // generation 4 x8
+                {.id = 4, .type = 0xC6, .width = 0x0A},    // a drive bay
+                {.id = 5, .type = 0xC4, .width = 0x0C}});  // generation 6, x12
+    EXPECT_THAT(Tags(), IsEmpty());
+
+    SetModernSlotTypes(1);
+    // The reserved type has the second number: as always, it takes the place of a later slot.
+    EXPECT_THAT(Tags(), ElementsAre(L"PCI Slot 1", L"PCI Slot 2", L"PCI Slot 3"));
+    const auto records = Rebuilt(list);
+    EXPECT_EQ(records[0].connectorPinout, L"PCI Express");
+    EXPECT_EQ(records[0].otherTypeDescription, L"PCI Express");
+    EXPECT_THAT(records[0].connectorType, ElementsAre(1));
+    EXPECT_EQ(records[0].connectorLayout, 23);
+    EXPECT_EQ(records[1].connectorPinout, L"");
+    EXPECT_EQ(records[1].otherTypeDescription, L"");
+    EXPECT_EQ(records[1].connectorLayout, 0);
+    EXPECT_EQ(records[2].connectorLayout, 22);
+    ServeSlots({{.id = 5, .type = 0xC4, .width = 0x0C}});
+    EXPECT_EQ(Rebuilt(list).at(0).connectorLayout, 18);
+
+    SetModernSlotTypes(0);
+    EXPECT_THAT(Tags(), IsEmpty());
+}
+
 TEST_F(CVelkPCISlotListTest, AnX12SlotIsPlainPciExpress) {
     EXPECT_EQ(Only({.width = 0x0C}).connectorLayout, 18);
 }

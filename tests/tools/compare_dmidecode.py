@@ -73,15 +73,21 @@ def read_slots(table, version):
     return slots
 
 
-def is_express(kind):
+def modern_types_of(machine):
+    """Whether the machine's settings make later generations than the second PCI Express slots of the provider's."""
+    value = machine.get("settings", {}).get("ModernSlotTypes", 0)
+    return isinstance(value, int) and value != 0
+
+
+def is_express(kind, modern):
     """PCI Express of the generations that the provider lists as such."""
-    return re.fullmatch(r"PCI Express( 2)?( x\d+)?", kind) is not None
+    return re.fullmatch(r"PCI Express( [2-6]\+?)?( x\d+)?" if modern else r"PCI Express( 2)?( x\d+)?", kind) is not None
 
 
-def numbered(slots):
+def numbered(slots, modern):
     """Numbers from 1 upward, each finding the first slot with that ID (in 16 bits), until as many are found as there
     are PCI slots."""
-    wanted = sum(1 for slot in slots if slot["kind"] in CONNECTOR_TYPES or is_express(slot["kind"]))
+    wanted = sum(1 for slot in slots if slot["kind"] in CONNECTOR_TYPES or is_express(slot["kind"], modern))
     first = {}
     for slot in slots:
         first.setdefault(slot["id"], slot)
@@ -94,12 +100,12 @@ def numbered(slots):
     return found
 
 
-def expected(slots):
+def expected(slots, modern):
     """What the provider should list for these slots."""
     rows = []
-    for number, slot in numbered(slots):
+    for number, slot in numbered(slots, modern):
         kind = slot["kind"]
-        if is_express(kind):
+        if is_express(kind, modern):
             pinout, connector, layout = "PCI Express", 1, EXPRESS_LAYOUTS.get(slot["width"], 18)
         else:
             connector, layout = CONNECTOR_TYPES.get(kind, 1), CONNECTOR_LAYOUTS.get(kind, 0)
@@ -140,10 +146,11 @@ def main(arguments):
         print("dmidecode is not installed")
         return SKIPPED
     with open(arguments[0], encoding="utf-8") as file:
-        table, version = table_of(json.load(file))
+        machine = json.load(file)
+    table, version = table_of(machine)
     with sys.stdin if arguments[1] == "-" else open(arguments[1], encoding="utf-8") as file:
         ours = listed(json.load(file))
-    theirs = expected(read_slots(table, version)) if table else []
+    theirs = expected(read_slots(table, version), modern_types_of(machine)) if table else []
     if ours == theirs:
         print("%d slots agree" % len(ours))
         return 0

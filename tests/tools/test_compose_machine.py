@@ -73,6 +73,11 @@ class ComposeMachine(unittest.TestCase):
                                 "functions": [{"at": "02:03.1", "id": "8086:1234", "class": "020000"}]})
         self.assertEqual(machine["devices"][0]["LocationInformation"], "PCI-Bus 2, Gerät 3, Funktion 1")
 
+    def test_settings_are_taken_over(self):
+        machine = compose_text({"about": "", "settings": {"ModernSlotTypes": 1, "LogFolder": "C:\\"}})
+        self.assertEqual(machine["settings"], {"ModernSlotTypes": 1, "LogFolder": "C:\\"})
+        self.assertNotIn("settings", compose_text({"about": ""}))
+
     def test_omitted_properties_are_left_out(self):
         machine = compose_text({"about": "", "omit": ["LocationPaths"],
                                 "functions": [{"at": "02:03.1", "id": "8086:1234", "class": "020000"}]})
