@@ -41,6 +41,7 @@ WINES_OWN_FOLDER = "windows/Installer"
 WINES_COMPONENTS = r"hkey_local_machine\software\microsoft\windows\currentversion\installer\userdata\s-1-5-18\components"
 # Wine fills these at a time of its own choice.
 WINES_NETWORK_CARDS = r"\windows nt\currentversion\networkcards"
+WINES_DESKTOP = r"hkey_current_user\software\wine\temporary system parameters"
 
 
 def wine(*arguments, check=True):
@@ -66,7 +67,7 @@ def registry() -> dict:
 
 
 def made_by_wine(key: str, values) -> bool:
-    if WINES_NETWORK_CARDS in key:
+    if WINES_NETWORK_CARDS in key or key.startswith(WINES_DESKTOP):
         return True
     return values == [] and (key in WINES_OWN_KEYS or key.startswith(WINES_COMPONENTS))
 
