@@ -12,7 +12,7 @@ namespace {
 
 constexpr wchar_t kDataStoreNamespace[] = L"root\\wmi";
 
-constexpr ULONG kBatchSize = 10;
+constexpr std::size_t kBatchSize = 10;
 
 MissCounter theMissCounters[] = {
     {HKEY_LOCAL_MACHINE, L"SOFTWARE\\Velkor\\WBEM\\Server\\Velk_SensorHardwareIndication", L"Velk_FanEvent"},
@@ -54,17 +54,29 @@ bool Ends(HRESULT status) noexcept {
     return FAILED(status) || status == kWbemFalse || status == kWbemTimedOut;
 }
 
+/// Asks for the next objects, one for each place of `batch`. Of the array that Next fills, only what its
+/// count covers is there to be taken over: what stands behind is neither used nor released. Places without an
+/// object are left empty.
+template <std::size_t size>
+HRESULT Fetch(IEnumWbemClassObject& results, LONG timeout,
+              std::array<ComPtr<IWbemClassObject>, size>& batch) {
+    IWbemClassObject* objects[size] = {};
+    ULONG returned = 0;
+    const HRESULT status = results.Next(timeout, static_cast<ULONG>(size), objects, &returned);
+    for (std::size_t i = 0; i < size && i < returned; ++i) {
+        batch[i] = ComPtr<IWbemClassObject>::Adopt(objects[i]);
+    }
+    return status;
+}
+
 /// Appends the whole result. WBEM_S_TIMEDOUT when the enumeration did not finish in time, else a success.
 HRESULT Collect(IEnumWbemClassObject& results, LONG timeout, WmiObjects& out) {
     for (;;) {
-        IWbemClassObject* batch[kBatchSize] = {};
-        ULONG returned = 0;
-        const HRESULT status = results.Next(timeout, kBatchSize, batch, &returned);
         // All are taken over before the array may fail to grow.
-        std::array<ComPtr<IWbemClassObject>, kBatchSize> objects;
-        for (ULONG i = 0; i < kBatchSize; ++i) objects[i] = ComPtr<IWbemClassObject>::Adopt(batch[i]);
+        std::array<ComPtr<IWbemClassObject>, kBatchSize> batch;
+        const HRESULT status = Fetch(results, timeout, batch);
         if (Delivers(status)) {
-            for (ComPtr<IWbemClassObject>& object : objects) {
+            for (ComPtr<IWbemClassObject>& object : batch) {
                 if (object) out.push_back(std::move(object));
             }
         }
@@ -84,10 +96,9 @@ bool NamesDataStoreClass(const CString& query) noexcept {
 bool ReadAvailability(IEnumWbemClassObject& results, LONG timeout) {
     bool available = true;
     for (;;) {
-        ComPtr<IWbemClassObject> object;
-        ULONG returned = 0;
-        const HRESULT status = results.Next(timeout, 1, object.Put(), &returned);
-        if (Delivers(status) && object) {
+        std::array<ComPtr<IWbemClassObject>, 1> batch;
+        const HRESULT status = Fetch(results, timeout, batch);
+        if (const auto& object = batch.front(); Delivers(status) && object) {
             Variant value;
             if (FAILED(object->Get(L"DataAvailable", 0, value.Put(), nullptr, nullptr))) return available;
             if (value.Type() != VT_BOOL) return available;

@@ -188,6 +188,18 @@ TEST_F(DataStoreTest, InstanceThatComesWithTheEndOrATimeoutIsRead) {
     }
 }
 
+TEST_F(DataStoreTest, InstanceThatTheCountDoesNotCoverIsNeitherReadNorReleased) {
+    const ComPtr<FakeClassObject> object = FakeClassObject::Make();
+    const ComPtr<FakeClassObject> second = object;
+    object->Set(L"DataAvailable", Variant::Bool(false));
+    Wmi().Answer(kStatusQuery, {.batches = {{S_OK, {object}, 0}, {kWbemFalse, {}}}});
+    EXPECT_TRUE(CheckDataStoreAvailable(nullptr));
+    EXPECT_EQ(Wmi().nextCalls.size(), 2U) << "the loop goes on";
+    Wmi().Answer(kStatusQuery, {});
+    object->AddRef();
+    EXPECT_EQ(object->Release(), 2U);
+}
+
 TEST_F(DataStoreTest, FailureEndsTheLoopAndKeepsWhatWasRead) {
     const ComPtr<FakeClassObject> no = FakeClassObject::Make();
     no->Set(L"DataAvailable", Variant::Bool(false));

@@ -129,6 +129,34 @@ TEST_F(QueryWmiTest, OtherSuccessesDeliverNothingAndGoOn) {
     EXPECT_EQ(Ids(out_), Numbers(3));
 }
 
+/// How many references there are besides the caller's own.
+ULONG ReferencesOn(const ComPtr<velktest::FakeClassObject>& object) {
+    object->AddRef();
+    return object->Release() - 1;
+}
+
+TEST_F(QueryWmiTest, OnlyTheObjectsThatTheCountCoversAreTakenOver) {
+    const velktest::FakeObjects objects = MakeObjects(4);
+    const ULONG before = ReferencesOn(objects[2]);
+    // A second reference each, so that a release too many is seen here and does not end the object.
+    const velktest::FakeObjects held = objects;
+    {
+        Suite().Answer(L"Q", {.batches = {{S_OK, objects, 2}, {kWbemFalse, MakeObjects(1, 9), 0}}});
+        EXPECT_EQ(Query(L"root\\VKQ", L"q"), S_OK);
+        EXPECT_EQ(Ids(out_), Numbers(2));
+        out_.clear();
+        Suite().Answer(L"Q", {});
+    }
+    for (const auto& object : objects)
+        EXPECT_EQ(ReferencesOn(object), before + 1) << "neither used nor released";
+}
+
+TEST_F(QueryWmiTest, ACountBeyondTheBatchTakesNoMoreThanTheBatch) {
+    Suite().Answer(L"Q", {.batches = {{kWbemFalse, MakeObjects(10), 1000}}});
+    EXPECT_EQ(Query(L"root\\VKQ", L"q"), S_OK);
+    EXPECT_EQ(Ids(out_), Numbers(10));
+}
+
 TEST_F(QueryWmiTest, TimeoutOf0IsInfinite) {
     Suite().Answer(L"Q", {});
     query_ = L"q";

@@ -95,8 +95,10 @@ class FakeEnumerator final : public FakeUnknown<IEnumWbemClassObject, IID_IEnumW
     HRESULT STDMETHODCALLTYPE Next(LONG timeout, ULONG count, IWbemClassObject** objects,
                                    ULONG* returned) override {
         FakeBatch batch = NextBatch(count);
-        *returned = static_cast<ULONG>(batch.objects.size());
-        for (const auto& object : batch.objects) *objects++ = Referenced(object);
+        *returned = batch.returned.value_or(static_cast<ULONG>(batch.objects.size()));
+        for (std::size_t i = 0; i < batch.objects.size(); ++i) {
+            objects[i] = i < *returned ? Referenced(batch.objects[i]) : batch.objects[i].Get();
+        }
         services_->nextCalls.push_back({timeout, count, *returned});
         return batch.status;
     }

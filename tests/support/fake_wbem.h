@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -121,6 +122,9 @@ using FakeObjects = std::vector<velk::ComPtr<FakeClassObject>>;
 struct FakeBatch {
     HRESULT status = S_OK;
     FakeObjects objects = {};
+    /// How many objects the call says it gives; all unless set. Those behind are left in the caller's array
+    /// without a reference of its own.
+    std::optional<ULONG> returned = std::nullopt;
 };
 
 /// What a query answers.
