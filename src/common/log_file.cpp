@@ -1,6 +1,7 @@
 #include "common/log_file.h"
 
 #include <cstdio>
+#include <string>
 
 namespace velk {
 
@@ -15,6 +16,16 @@ LONG SizeForRotation(HANDLE file) noexcept {
     DWORD high = 0;
     const DWORD low = ::GetFileSize(file, &high);
     return static_cast<LONG>(low + high);
+}
+
+/// In UTF-8, which has every letter that a path can have: printed as wide text a line ends at the first
+/// letter that the C runtime's code page lacks.
+void PrintToStandardError(const CString& text) {
+    const int length = static_cast<int>(text.size());
+    const int size = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
+    std::fputs(bytes.c_str(), stderr);
 }
 
 }  // namespace
@@ -35,7 +46,7 @@ DWORD RotateLogFile(const CString& pathBase, LONG maxSize, UniqueFile& file) {
     ::DeleteFileW(oldPath.c_str());
     if (!::MoveFileW(path.c_str(), oldPath.c_str())) {
         // The log itself is what failed, so this goes where a console or a service manager may show it.
-        std::fputws((L"logging: Failed to replace old log file: " + path + L"\n").c_str(), stderr);
+        PrintToStandardError(L"logging: Failed to replace old log file: " + path + L"\n");
         return kCannotMoveOldFile;
     }
     file = OpenLogFile(pathBase, FILE_FLAG_RANDOM_ACCESS);

@@ -10,6 +10,7 @@
 #include "common/handle.h"
 #include "common/log_file.h"
 #include "common/text.h"
+#include "host/utf8.h"
 #include "support/child_process.h"
 #include "support/stand_ins.h"
 #include "support/temp_folder.h"
@@ -71,6 +72,18 @@ TEST_F(CCommonLogTest, FileThatCannotBeMovedIsReportedOnStderrAndGrowsOn) {
               "logging: Failed to replace old log file: " + std::string(path.begin(), path.end()) + "\n");
     EXPECT_EQ(ReadBytes(File()).substr(0, 4), "abcd");
     EXPECT_EQ(ReadWide(File()).substr(2), Error());
+}
+
+TEST_F(CCommonLogTest, TheReportNamesTheFileWholeWhateverItsLetters) {
+    const StandIn move("MoveFileW", &RefuseToMove);
+    const CString base = temp_.MakeFolder(L"Gr\u00FC\u00DFe \u65E5\u672C") + L"VelkWBEMServer";
+    UniqueFile file = OpenLogFile(base);
+    ASSERT_TRUE(file);
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(RotateLogFile(base, 0, file), 3U);
+    std::string written = ::testing::internal::GetCapturedStderr();
+    std::erase(written, '\r');
+    EXPECT_EQ(written, "logging: Failed to replace old log file: " + velkhost::Utf8FromWide(base) + ".log\n");
 }
 
 TEST_F(CCommonLogTest, RotationThatCannotMoveTheFileReturns3WithoutAHandle) {
