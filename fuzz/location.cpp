@@ -54,11 +54,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(complete == ReadByLibrary(first, expected), "three words make a location");
     Require(Same(position, expected), "the numbers are those behind the words");
 
+    const BusPosition afterText = position;
     position = kBefore;
     const velk::ScanResult result = velk::ParseLocationPath(input.Text(), position);
     Require(position.bus == kBefore.bus, "a location path leaves the bus alone");
     Require(result == velk::ScanResult::kRead || Same(position, kBefore),
             "what is not read is left as it was");
+
+    // Text and path of one function, here with the same words; the bus number's low byte is C4h.
+    BusPosition both = kBefore;
+    const bool placed = velk::ParseLocation({input.Text(), input.Text(), 0x1C4}, both);
+    BusPosition fallback = afterText;
+    if (result == velk::ScanResult::kRead) velk::ParseLocationPath(input.Text(), fallback);
+    fallback.bus = 0xC4;
+    Require(Same(both, complete ? afterText : fallback), "the path and the bus number stand in for the text");
+    Require(placed == (complete || result != velk::ScanResult::kEndOfInput), "one of the two places it");
 
     const std::size_t root = first.find(L'#');
     const std::size_t digits = root == first.npos ? 4 : root + 5;

@@ -160,4 +160,11 @@ ScanResult ParseLocationPath(std::wstring_view path, BusPosition& position) noex
     return ScanResult::kRead;
 }
 
+bool ParseLocation(const LocationProperties& location, BusPosition& position) noexcept {
+    if (ParseLocationText(location.text, position)) return true;
+    // The bus number is a property of its own: it counts whatever becomes of the path.
+    if (location.busNumber) position.bus = static_cast<std::uint8_t>(*location.busNumber);
+    return ParseLocationPath(location.path, position) != ScanResult::kEndOfInput;
+}
+
 }  // namespace velk

@@ -4,6 +4,7 @@
 // headers.
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -60,6 +61,18 @@ bool ParseLocationText(std::wstring_view text, BusPosition& position) noexcept;
 /// nearest the root. Without a "#" the digits are taken from the fifth character on. The bus is left as it
 /// is.
 ScanResult ParseLocationPath(std::wstring_view path, BusPosition& position) noexcept;
+
+/// What the Plug and Play database says of a function's place.
+struct LocationProperties {
+    std::wstring_view text;  ///< in the language of the system
+    std::wstring_view path;  ///< empty where there is none
+    std::optional<std::uint32_t> busNumber;
+};
+
+/// Reads the place from the location text, else device and function from the location path and the bus from
+/// the low byte of the bus number. What none of them tells is left as it is. False when neither text nor path
+/// could be read.
+bool ParseLocation(const LocationProperties& location, BusPosition& position) noexcept;
 
 /// PCI base class 06h, bridges, as it stands in a compatible ID.
 inline constexpr std::wstring_view kBridgeClassId = L"CC_06";

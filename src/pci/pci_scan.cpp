@@ -1,6 +1,7 @@
 #include "pci/pci_scan.h"
 
 #include <array>
+#include <optional>
 
 #include "common/computer_system.h"
 #include "common/function_log.h"
@@ -35,14 +36,48 @@ class TextProperty {
     std::array<wchar_t, kBytes / sizeof(wchar_t) + 1> buffer_{};
 };
 
-/// A four-byte property, or 0 when it cannot be read.
-DWORD ReadNumber(HDEVINFO devices, SP_DEVINFO_DATA& device, DWORD property) noexcept {
+/// A four-byte property; nothing when it cannot be read.
+std::optional<DWORD> ReadNumber(HDEVINFO devices, SP_DEVINFO_DATA& device, DWORD property) noexcept {
     DWORD value = 0;
     if (!::SetupDiGetDeviceRegistryPropertyW(devices, &device, property, nullptr,
                                              reinterpret_cast<PBYTE>(&value), sizeof value, nullptr)) {
-        return 0;
+        return std::nullopt;
     }
     return value;
+}
+
+/// What the database says of one function.
+struct FunctionProperties {
+    ClassReading classReading;  ///< of the compatible IDs
+    TextProperty location;
+    TextProperty description;
+    TextProperty hardwareIds;
+    TextProperty locationPaths;
+    std::optional<DWORD> busNumber;
+    HardwareIdNumbers numbers;  ///< of the first hardware ID
+    DWORD uiNumber = 0;
+};
+
+/// Reads all properties in the order in which the database has always been asked for them, each of them once
+/// and before anything is made of them, save that a function which is left out is asked for no more. False
+/// for such a function.
+bool ReadProperties(HDEVINFO devices, SP_DEVINFO_DATA& device, const PciScanTarget& target,
+                    FunctionProperties& read) noexcept {
+    TextProperty compatibleIds;
+    if (!compatibleIds.Read(devices, device, SPDRP_COMPATIBLEIDS)) return false;
+    read.classReading = target.Classify(JoinMultiString(compatibleIds.Buffer()));
+    if (!read.classReading.keep) return false;
+
+    if (!read.location.Read(devices, device, SPDRP_LOCATION_INFORMATION)) return false;
+    if (!read.description.Read(devices, device, SPDRP_DEVICEDESC)) return false;
+    if (!read.hardwareIds.Read(devices, device, SPDRP_HARDWAREID)) return false;
+    // These two may be missing.
+    read.locationPaths.Read(devices, device, SPDRP_LOCATION_PATHS);
+    read.busNumber = ReadNumber(devices, device, SPDRP_BUSNUMBER);
+
+    if (ParseHardwareId(read.hardwareIds.Text(), read.numbers) == ScanResult::kEndOfInput) return false;
+    read.uiNumber = ReadNumber(devices, device, SPDRP_UI_NUMBER).value_or(0);
+    return true;
 }
 
 /// One run over the database. The bus, device and function numbers start at 0 and are carried from each
@@ -69,50 +104,28 @@ class PciScan {
   private:
     /// False ends the scan as failed; a function that is left out is no failure.
     bool ReadFunction(HDEVINFO devices, SP_DEVINFO_DATA& device) {
-        TextProperty compatibleIds;
-        if (!compatibleIds.Read(devices, device, SPDRP_COMPATIBLEIDS)) return true;
-        const ClassReading reading = target_.Classify(JoinMultiString(compatibleIds.Buffer()));
-        if (!reading.keep) return true;
+        FunctionProperties read;
+        if (!ReadProperties(devices, device, target_, read)) return true;
 
-        TextProperty location;
-        TextProperty description;
-        TextProperty hardwareIds;
-        if (!location.Read(devices, device, SPDRP_LOCATION_INFORMATION)) return true;
-        if (!description.Read(devices, device, SPDRP_DEVICEDESC)) return true;
-        if (!hardwareIds.Read(devices, device, SPDRP_HARDWAREID)) return true;
-
-        HardwareIdNumbers numbers;
-        if (ParseHardwareId(hardwareIds.Text(), numbers) == ScanResult::kEndOfInput) return true;
-
-        FindPosition(devices, device, location.Text());
+        const LocationProperties location = {read.location.Text(), read.locationPaths.Text(), read.busNumber};
+        if (!ParseLocation(location, position_)) {
+            FunctionLog(target_.ListName(), L"RebuildList").Information(L"Could not parse Device Paths");
+        }
 
         CVelkPCIDevice function;
-        function.description = description.Text();
-        function.elementName = hardwareIds.Text();
-        function.name = hardwareIds.Text();
-        function.vendorId = numbers.vendorId;
-        function.pciDeviceId = numbers.deviceId;
-        function.subsystemId = numbers.subsystemId;
-        function.subsystemVendorId = numbers.subsystemVendorId;
-        function.revisionId = numbers.revisionId;
-        function.uiNumber = ReadNumber(devices, device, SPDRP_UI_NUMBER);
-        function.classCode = reading.classCode;
+        function.description = read.description.Text();
+        function.elementName = read.hardwareIds.Text();
+        function.name = read.hardwareIds.Text();
+        function.vendorId = read.numbers.vendorId;
+        function.pciDeviceId = read.numbers.deviceId;
+        function.subsystemId = read.numbers.subsystemId;
+        function.subsystemVendorId = read.numbers.subsystemVendorId;
+        function.revisionId = read.numbers.revisionId;
+        function.uiNumber = read.uiNumber;
+        function.classCode = read.classReading.classCode;
         if (!Identify(function)) return false;
-        target_.AddFunction(std::move(function), reading);
+        target_.AddFunction(std::move(function), read.classReading);
         return true;
-    }
-
-    /// From the location text, which is in the language of the system, else from the location path.
-    void FindPosition(HDEVINFO devices, SP_DEVINFO_DATA& device, std::wstring_view location) {
-        TextProperty paths;
-        paths.Read(devices, device, SPDRP_LOCATION_PATHS);
-        const DWORD bus = ReadNumber(devices, device, SPDRP_BUSNUMBER);
-        if (ParseLocationText(location, position_)) return;
-        if (ParseLocationPath(paths.Text(), position_) == ScanResult::kEndOfInput) {
-            FunctionLog(target_.ListName(), L"RebuildList").Information(L"Could not parse Device Paths");
-            return;
-        }
-        position_.bus = static_cast<std::uint8_t>(bus);
     }
 
     /// Sets what makes the function one of its kind on this computer. False without a computer name or an

@@ -171,6 +171,42 @@ TEST(ParseLocationPath, ReadsTheFirstStringAlone) {
     EXPECT_EQ(ParseLocationPath(L"AB#PC\0ACPI(_SB_)#ACPI(PC00)"s, position), ScanResult::kEndOfInput);
 }
 
+TEST(ParseLocation, TheTextIsEnough) {
+    BusPosition position{91, 92, 93};
+    EXPECT_TRUE(ParseLocation({L"bus 1, device 2, function 3", L"PCIROOT(0)#PCI(1F07)", 9}, position));
+    EXPECT_EQ(position.bus, 1);
+    EXPECT_EQ(position.device, 2);
+    EXPECT_EQ(position.function, 3);
+}
+
+struct PlaceCase {
+    const wchar_t* path;
+    std::optional<std::uint32_t> busNumber;
+    bool found;
+    int bus;
+    int device;
+    int function;
+};
+
+class ParseLocationWithoutText : public ::testing::TestWithParam<PlaceCase> {};
+
+TEST_P(ParseLocationWithoutText, TakesPathAndBusNumberEachForItself) {
+    BusPosition position{91, 92, 93};
+    EXPECT_EQ(ParseLocation({L"somewhere", GetParam().path, GetParam().busNumber}, position),
+              GetParam().found);
+    EXPECT_EQ(position.bus, GetParam().bus);
+    EXPECT_EQ(position.device, GetParam().device);
+    EXPECT_EQ(position.function, GetParam().function);
+}
+
+INSTANTIATE_TEST_SUITE_P(DeviceText, ParseLocationWithoutText,
+                         ::testing::Values(PlaceCase{L"PCIROOT(0)#PCI(1F03)", 0x109, true, 9, 0x1F, 3},
+                                           PlaceCase{L"PCIROOT(0)#ACPI(PC00)", 0x109, true, 9, 92, 93},
+                                           PlaceCase{L"PCIROOT(0)#PCI(", 0x109, false, 9, 92, 93},
+                                           PlaceCase{L"", 0, false, 0, 92, 93},
+                                           PlaceCase{L"PCIROOT(0)#PCI(1F03)", {}, true, 91, 0x1F, 3},
+                                           PlaceCase{L"", {}, false, 91, 92, 93}));
+
 /// What SetupAPI may fill of a property: 2,048 bytes.
 constexpr std::size_t kFullProperty = 1024;
 

@@ -193,13 +193,34 @@ TEST_F(CVelkPCIDeviceListTest, BehindABridgeTheLocationPathGivesTheElementNeares
 }
 
 TEST_F(CVelkPCIDeviceListTest, ADeviceThatDoesNotTellItsPlaceTakesItsPredecessors) {
-    auto placeless = Function(kNetwork, L"somewhere");
-    placeless.SetNumber(SPDRP_BUSNUMBER, 9);
-    SetDevices({Function(kNetwork, L"bus 4, device 5, function 6"), placeless});
+    SetDevices({Function(kNetwork, L"bus 4, device 5, function 6"), Function(kNetwork, L"somewhere")});
     velktest::LogCapture log;
     EXPECT_THAT(Ids(), ElementsAre(L"BUS(4)DEV(5)FN(6)", L"BUS(4)DEV(5)FN(6)"));
     EXPECT_THAT(log.Lines(),
                 ElementsAre(L"[Information] CVelkPCIDeviceList::RebuildList| Could not parse Device Paths"));
+}
+
+TEST_F(CVelkPCIDeviceListTest, WithoutALocationTextTheBusIsTheBusNumberWhateverThePathSays) {
+    for (const wchar_t* path : {L"", L"PCIROOT(0)#PCI(", L"PCIROOT(0)#ACPI(PC00)"}) {
+        auto placeless = Function(kNetwork, L"somewhere");
+        placeless.SetTexts(SPDRP_LOCATION_PATHS, {path});
+        placeless.SetNumber(SPDRP_BUSNUMBER, 0x109);
+        SetDevices({Function(kNetwork, L"bus 4, device 5, function 6"), placeless});
+        EXPECT_THAT(Ids(), ElementsAre(L"BUS(4)DEV(5)FN(6)", L"BUS(9)DEV(5)FN(6)")) << path;
+    }
+}
+
+TEST_F(CVelkPCIDeviceListTest, ABusNumberThatCannotBeReadLeavesTheBusAsItStands) {
+    auto placed = Function(kNetwork, L"somewhere");
+    placed.SetTexts(SPDRP_LOCATION_PATHS, {L"PCIROOT(0)#PCI(1C01)"});
+    SetDevices({Function(kNetwork, L"bus 4, device 5, function 6"), placed});
+    EXPECT_THAT(Ids(), ElementsAre(L"BUS(4)DEV(5)FN(6)", L"BUS(4)DEV(28)FN(1)"));
+}
+
+TEST_F(CVelkPCIDeviceListTest, ALocationTextThatSucceedsKeepsItsBusBesideTheBusNumber) {
+    auto device = Function(kNetwork, L"bus 4, device 5, function 6");
+    device.SetNumber(SPDRP_BUSNUMBER, 9);
+    EXPECT_EQ(Only(device).deviceId, L"BUS(4)DEV(5)FN(6)");
 }
 
 TEST_F(CVelkPCIDeviceListTest, TheFirstDeviceOfARebuildStartsFromZero) {
