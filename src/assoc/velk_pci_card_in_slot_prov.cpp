@@ -1,6 +1,7 @@
 #include "assoc/velk_pci_card_in_slot_prov.h"
 
 #include <set>
+#include <utility>
 
 #include "assoc/object_paths.h"
 #include "pci/velk_pci_device_list.h"
@@ -24,7 +25,9 @@ bool CVelkPCICardInSlotList::RebuildList() {
         const std::uint32_t number = function.uiNumber;
         // Signed: 80000000h and above are no slot numbers either, and the card list makes no card for them.
         if (static_cast<std::int32_t>(number) < 1 || !seen.insert(number).second) continue;
-        Append({FullSlotPath(number), FullCardPath(number)});
+        // Each path is a query of its own, in this order although the slot is the first of the two.
+        CString card = FullCardPath(number);
+        Append({FullSlotPath(number), std::move(card)});
     }
     return true;
 }

@@ -93,6 +93,28 @@ TEST_F(CVelkPCICardInSlotProv, PathsBeginWithThreeBackslashesWhereWmiNamesNoServ
                     L"\\\\\\root\\VKQ:Velk_PCICard.CreationClassName=\"Velk_PCICard\",Tag=\"PCI Card 1\"")));
 }
 
+CVelkPCICardInSlotProv* g_test = nullptr;
+decltype(&::FindResourceExW) g_findResource = nullptr;
+/// Renames the WMI server as soon as the text of a slot's tag is asked for.
+HRSRC WINAPI RenameServerAtSlotTag(HMODULE module, LPCWSTR type, LPCWSTR name, WORD language) {
+    // The string table comes in blocks of 16; the slot's tag is text 112, the card's 104.
+    if (name == MAKEINTRESOURCEW(112 / 16 + 1)) g_test->ServeComputerSystemClass(L"LATER");
+    return g_findResource(module, type, name, language);
+}
+
+TEST_F(CVelkPCICardInSlotProv, TheCardsPathIsMadeBeforeTheSlots) {
+    g_test = this;
+    const velktest::StandIn rename("FindResourceExW", &RenameServerAtSlotTag);
+    g_findResource = rename.Original<decltype(g_findResource)>();
+    AddFunction(1);
+    EXPECT_EQ(Enumerate(), S_OK);
+    EXPECT_THAT(
+        DeliveredReferences(),
+        ElementsAre(References(
+            L"\\\\LATER\\root\\VKQ:Velk_PCISlot.CreationClassName=\"Velk_PCISlot\",Tag=\"PCI Slot 1\"",
+            CardPath(1))));
+}
+
 HRSRC WINAPI FindNoResource(HMODULE, LPCWSTR, LPCWSTR, WORD) { return nullptr; }
 
 TEST_F(CVelkPCICardInSlotProv, TextsMissingFromTheStringTableAreReportedInTheTags) {
