@@ -1,5 +1,7 @@
 #include "smbios/structure_table.h"
 
+#include <algorithm>
+
 #include "fuzz/input.h"
 
 using velkfuzz::LiesInside;
@@ -17,10 +19,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(LiesInside(table, structure->formatted), "the formatted area lies in the table");
         Require(LiesInside(table, structure->stringSet), "the strings lie in the table");
         Require(structure->type == table[position], "a structure starts where the one before it ends");
-        Require(structure->formatted.size() == table[position + 1], "the length byte is taken at its word");
+        const std::size_t left = size - position;
+        const std::size_t announced = left > 1 ? table[position + 1] : 0;
+        Require(structure->formatted.size() == std::min(announced, left),
+                "the length byte is taken at its word, up to the table's end");
 
         const std::size_t length = structure->formatted.size() + structure->stringSet.size();
-        Require(length >= 2 && length <= size - position, "every step advances within the table");
+        Require(length >= std::min<std::size_t>(left, 2) && length <= left,
+                "every step advances within the table");
         for (const std::string_view text : StringsOf(*structure)) {
             Require(!text.empty() && text.find('\0') == text.npos, "a string is not empty and has no zero");
             Require(LiesInside(structure->stringSet, text), "a string lies in its structure");
@@ -45,6 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             velk::FindStructureOfType(table, static_cast<std::uint8_t>(type), occurrences[type]);
         Require(!found, "the search finds no more than the walk meets");
     }
+    Require(position == size, "the table's end alone ends the walk");
     Require(!walk.Next(), "the end stays the end");
     return 0;
 }

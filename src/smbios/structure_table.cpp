@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "smbios/little_endian.h"
+
 namespace velk {
 
 namespace {
@@ -17,14 +19,10 @@ std::size_t LengthOfStringSet(std::span<const std::uint8_t> bytes) noexcept {
 }  // namespace
 
 std::optional<SmbiosStructure> StructureWalk::Next() noexcept {
-    // The type and the length byte must be there, and then as many bytes as it says.
-    if (rest_.size() < 2 || rest_[1] > rest_.size()) {
-        rest_ = {};
-        return std::nullopt;
-    }
+    if (rest_.empty()) return std::nullopt;
     SmbiosStructure structure;
     structure.type = rest_[0];
-    structure.formatted = rest_.first(rest_[1]);
+    structure.formatted = rest_.first(std::min<std::size_t>(ReadUInt8(rest_, 1), rest_.size()));
 
     const std::span<const std::uint8_t> behind = rest_.subspan(structure.formatted.size());
     structure.stringSet = behind.first(LengthOfStringSet(behind));

@@ -12,8 +12,8 @@ namespace velk {
 /// One structure of an SMBIOS structure table. The spans are views into the table.
 struct SmbiosStructure {
     std::uint8_t type = 0;
-    /// The formatted area, header included, as long as the structure's length byte says: whole, but with
-    /// broken firmware shorter than a header.
+    /// The formatted area, header included, as long as the structure's length byte says: with broken firmware
+    /// shorter than a header, and of a last structure no more than the table's end leaves of it.
     std::span<const std::uint8_t> formatted;
     /// Everything from the end of the formatted area up to and including the double zero that ends the
     /// structure, or up to the table's end where that is missing.
@@ -21,16 +21,16 @@ struct SmbiosStructure {
 };
 
 /// Walks a structure table from its start to its end. Firmware tables may be broken in any way: no byte
-/// outside the span is read, every step advances, and what lies wholly inside is found.
+/// outside the span is read, every step advances, and every structure that begins inside is found.
 ///
-/// The table's length alone ends the walk. The end-of-table structure (type 127) is a structure like any
-/// other, and a length byte below that of a header (4) is taken at its word: rubbish between two structures
-/// does not hide the second.
+/// The table's length alone ends the walk, and clips the last structure. The end-of-table structure (type
+/// 127) is a structure like any other, and a length byte below that of a header (4) is taken at its word:
+/// rubbish between two structures does not hide the second. A length byte behind the end counts as 0.
 class StructureWalk {
   public:
     explicit StructureWalk(std::span<const std::uint8_t> table) noexcept : rest_(table) {}
 
-    /// The next structure; none at the end, or when the formatted area would run over the end.
+    /// The next structure; none at the end.
     std::optional<SmbiosStructure> Next() noexcept;
 
   private:

@@ -64,19 +64,26 @@ TEST(StructureWalk, ATableWithoutItsLastDoubleZeroKeepsItsLastStructure) {
     table.pop_back();
     EXPECT_THAT(TypesOfGuarded(table), ElementsAre(1, 9));
     table.pop_back();
-    EXPECT_THAT(TypesOfGuarded(table), ElementsAre(1)) << "the formatted area itself is cut off";
+    EXPECT_THAT(TypesOfGuarded(table), ElementsAre(1, 9)) << "the formatted area itself is cut off";
 }
 
-TEST(StructureWalk, AnOddByteBehindTheLastStructureIsNone) {
-    EXPECT_THAT(TypesOfGuarded(SmbiosBuilder().Add(1, {}).AddRaw({9}).Table()), ElementsAre(1));
+TEST(StructureWalk, AByteBehindTheLastStructureIsAStructureOfThatTypeWithNothingInIt) {
+    const Bytes table = SmbiosBuilder().Add(1, {}).AddRaw({9}).Table();
+    const GuardedBytes guarded(table);
+    EXPECT_THAT(TypesOf(guarded.Get()), ElementsAre(1, 9));
+    EXPECT_EQ(FindStructureOfType(guarded.Get(), 9, 0)->formatted.size(), 0u) << "no length byte";
 }
 
-TEST(StructureWalk, ALengthBeyondTheEndEndsTheWalk) {
-    const Bytes table = SmbiosBuilder().Add(1, {}).AddRaw({9, 7, 0, 0, 0, 0}).Table();
-    EXPECT_THAT(TypesOfGuarded(table), ElementsAre(1)) << "seven bytes announced, six there";
-    EXPECT_THAT(TypesOfGuarded(SmbiosBuilder().Add(1, {}).AddRaw({9, 6, 0, 0, 0, 0}).Table()),
-                ElementsAre(1, 9));
-    EXPECT_THAT(TypesOfGuarded(SmbiosBuilder().Add(1, {}).AddRaw({9, 0xFF}).Table()), ElementsAre(1));
+TEST(StructureWalk, ALengthBeyondTheEndLeavesTheBytesThatAreThere) {
+    const Bytes table = SmbiosBuilder().Add(1, {}).AddRaw({9, 7, 0xA, 0xB, 0xC, 0xD}).Table();
+    const GuardedBytes guarded(table);
+    EXPECT_THAT(TypesOf(guarded.Get()), ElementsAre(1, 9)) << "seven bytes announced, six there";
+    const auto last = FindStructureOfType(guarded.Get(), 9, 0);
+    ASSERT_TRUE(last);
+    EXPECT_THAT(last->formatted, ElementsAre(9, 7, 0xA, 0xB, 0xC, 0xD));
+    EXPECT_THAT(last->stringSet, IsEmpty());
+    EXPECT_THAT(StringsOf(*last), IsEmpty());
+    EXPECT_THAT(TypesOfGuarded(SmbiosBuilder().Add(1, {}).AddRaw({9, 0xFF}).Table()), ElementsAre(1, 9));
 }
 
 TEST(StructureWalk, ALengthShorterThanAHeaderIsTakenAtItsWordAndTheWalkGoesOn) {
@@ -96,16 +103,16 @@ TEST(StructureWalk, AZeroFilledTailHidesNothingAndEnds) {
     const Bytes table = SmbiosBuilder().Add(1, {}).AddRaw(Bytes(7)).Add(9, {}).Table();
     // Seven zeros are three empty structures and, as its type, the first byte of the next: rubbish of odd
     // length takes one structure with it.
-    EXPECT_THAT(TypesOfGuarded(table), ElementsAre(1, 0, 0, 0));
+    EXPECT_THAT(TypesOfGuarded(table), ElementsAre(1, 0, 0, 0, 0));
     const Bytes even = SmbiosBuilder().Add(1, {}).AddRaw(Bytes(8)).Add(9, {}).Table();
     EXPECT_THAT(TypesOfGuarded(even), ElementsAre(1, 0, 0, 0, 0, 9));
 }
 
-TEST(StructureWalk, AtEachTruncationFindsExactlyWhatLiesWhollyInside) {
+TEST(StructureWalk, AtEachTruncationFindsEveryStructureThatHasBegun) {
     SmbiosBuilder builder;
-    std::vector<std::size_t> endsOfFormattedAreas;
+    std::vector<std::size_t> starts;
     const auto add = [&](std::uint8_t type, std::size_t body, const std::vector<std::string>& strings) {
-        endsOfFormattedAreas.push_back(builder.Table().size() + 4 + body);
+        starts.push_back(builder.Table().size());
         builder.Add(type, Bytes(body, 0x55), strings);
     };
     add(1, 20, {"maker", "name", "x"});
@@ -117,15 +124,15 @@ TEST(StructureWalk, AtEachTruncationFindsExactlyWhatLiesWhollyInside) {
     const Bytes& table = builder.Table();
     for (std::size_t length = 0; length <= table.size(); ++length) {
         const GuardedBytes guarded{std::span<const std::uint8_t>(table).first(length)};
-        const auto whole =
-            std::ranges::count_if(endsOfFormattedAreas, [length](std::size_t end) { return end <= length; });
+        const auto begun =
+            std::ranges::count_if(starts, [length](std::size_t start) { return start < length; });
         StructureWalk walk(guarded.Get());
         std::ptrdiff_t found = 0;
         while (const auto structure = walk.Next()) {
             ++found;
             for (const std::string_view text : StringsOf(*structure)) EXPECT_FALSE(text.empty());
         }
-        EXPECT_EQ(found, whole) << "table cut to " << length;
+        EXPECT_EQ(found, begun) << "table cut to " << length;
     }
 }
 
@@ -153,7 +160,8 @@ TEST(StructureWalk, NeverLeavesTheTableWhateverOneByteSays) {
                 EXPECT_LE(reached, table.data() + table.size());
                 for (const std::string_view text : StringsOf(*structure)) EXPECT_FALSE(text.empty());
             }
-            EXPECT_LE(structures, good.size() / 2) << "each step takes two bytes at least";
+            EXPECT_EQ(reached, table.data() + table.size()) << "the walk ends at the end alone";
+            EXPECT_LE(structures, (good.size() + 1) / 2) << "each step but the last takes two bytes at least";
             EXPECT_LE(ReadSystemSlots(table, ExpressTypes::kModern).structures.size(), structures);
         }
     }
