@@ -18,7 +18,8 @@ constexpr ProviderClass kProviderClass = {L"CVelkPCISlotElementLocationProv", L"
 
 bool CVelkPCISlotElementLocationList::RebuildList() {
     Clear();
-    return ForEachCandidate(Smbios().ReadSlots(), [this](std::uint32_t number, const SystemSlot* slot) {
+    const SystemSlots slots = Smbios().ReadSlots().value_or(SystemSlots{});
+    return ForEachCandidate(slots, [this](std::uint32_t number, const SystemSlot* slot) {
         // Before anything is known of the slot: a path that cannot be made fails the list, also under a
         // number that no slot has.
         CString element = FullSlotPath(number);

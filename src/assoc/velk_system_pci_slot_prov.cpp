@@ -1,5 +1,7 @@
 #include "assoc/velk_system_pci_slot_prov.h"
 
+#include <optional>
+
 #include "assoc/object_paths.h"
 #include "common/computer_system.h"
 #include "pci/velk_pci_device_list.h"
@@ -25,12 +27,12 @@ bool CVelkSystemPCISlotList::RebuildList() {
     CString chassis;
     GetChassisPath(chassis);
 
-    const SystemSlots slots = Smbios().ReadSlots();
+    const std::optional<SystemSlots> slots = Smbios().ReadSlots();
     // No table is a failure here, not a machine without slots.
-    if (!Smbios().IsLoaded()) return false;
+    if (!slots) return false;
     // Their count is below 65,536, the table being of 64 KiB at most.
-    for (std::uint32_t number = 1; number <= slots.pciCount; ++number) {
-        if (FindSlotId(slots, static_cast<std::uint16_t>(number)) == nullptr) continue;
+    for (std::uint32_t number = 1; number <= slots->pciCount; ++number) {
+        if (FindSlotId(*slots, static_cast<std::uint16_t>(number)) == nullptr) continue;
         Append({FullSlotPath(number), chassis});
     }
     return true;

@@ -13,13 +13,14 @@ namespace velk {
 
 namespace {
 
-/// The firmware's slots, read when the first card asks for one.
+/// The firmware's slots, read when the first card asks for one, and by each card again as long as there is no
+/// table: a load that failed is tried again at the next need.
 class FirmwareSlots {
   public:
     /// The slot with exactly this number, or null.
     const SystemSlot* Find(std::uint32_t number) {
         if (!slots_) slots_ = Smbios().ReadSlots();
-        if (number > std::numeric_limits<std::uint16_t>::max()) return nullptr;
+        if (!slots_ || number > std::numeric_limits<std::uint16_t>::max()) return nullptr;
         return FindSlotId(*slots_, static_cast<std::uint16_t>(number));
     }
 

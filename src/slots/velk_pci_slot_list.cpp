@@ -53,7 +53,7 @@ CVelkPCISlot MakeSlot(std::uint32_t number, const SystemSlot& structure, bool br
 
 bool CVelkPCISlotList::RebuildList() {
     Clear();
-    const SystemSlots slots = Smbios().ReadSlots();
+    const SystemSlots slots = Smbios().ReadSlots().value_or(SystemSlots{});
     const auto bridgeNumbers = PciBridgeList().SlotNumbers();
     return ForEachSlot(slots, [&](std::uint32_t number, const SystemSlot& structure) {
         const bool bridgeReportsNumber = bridgeNumbers && bridgeNumbers->contains(number);

@@ -23,7 +23,7 @@ CVelkPCISlotLocation MakeLocation(std::uint32_t slotNumber) {
 
 bool CVelkPCISlotLocationList::RebuildList() {
     Clear();
-    const SystemSlots slots = Smbios().ReadSlots();
+    const SystemSlots slots = Smbios().ReadSlots().value_or(SystemSlots{});
     return ForEachSlot(slots, [&](std::uint32_t number, const SystemSlot&) { Append(MakeLocation(number)); });
 }
 

@@ -55,12 +55,12 @@ bool SmbiosTable::FindStructure(std::uint8_t type, std::uint16_t occurrence, std
     return true;
 }
 
-std::uint32_t SmbiosTable::CountPciSlots() { return ReadSlots().pciCount; }
+std::uint32_t SmbiosTable::CountPciSlots() { return ReadSlots().value_or(SystemSlots{}).pciCount; }
 
-SystemSlots SmbiosTable::ReadSlots() {
+std::optional<SystemSlots> SmbiosTable::ReadSlots() {
     // One lock around both, so that no other thread's Load comes between.
     const KernelMutexGuard guard(mutex_.Get());
-    if (!IsLoaded() && !Load()) return {};
+    if (!IsLoaded() && !Load()) return std::nullopt;
     return ReadSystemSlots(Bytes(), ReadExpressTypes());
 }
 

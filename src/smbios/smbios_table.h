@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -42,9 +43,10 @@ class SmbiosTable {
     std::uint32_t CountPciSlots();
 
     /// All slot structures in one reading, for callers that look for many slot numbers; loads the table if
-    /// need be, and gives none when that fails. Which types are PCI slots is read from the settings on each
-    /// call, and stands in what is handed out. Throws std::bad_alloc.
-    SystemSlots ReadSlots();
+    /// need be. Nothing when that fails, which is not the same as a table without slots: to ask IsLoaded
+    /// afterwards would be to ask about another moment. Which types are PCI slots is read from the settings
+    /// on each call, and stands in what is handed out. Throws std::bad_alloc.
+    std::optional<SystemSlots> ReadSlots();
 
     /// Copies physical memory by the health driver.
     static bool ReadPhysical(std::uint32_t address, std::uint32_t length, void* output) noexcept;

@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <thread>
+
 #include "assoc/association_bench.h"
 #include "assoc/velk_system_pci_slot_prov.h"
 #include "common/wbem_status.h"
@@ -78,6 +80,40 @@ TEST_F(CVelkSystemPCISlotProv, FailsWithoutAFirmwareTableAlthoughTheCountIsThenZ
     EXPECT_THAT(sink->statuses,
                 ElementsAre(velktest::RecordingSink::Status{WBEM_STATUS_COMPLETE, velk::kWbemFailed}));
     ServeSlots({{1}});
+    EXPECT_EQ(Enumerate(), S_OK);
+    EXPECT_THAT(Slots(), ElementsAre(SlotPath(1)));
+}
+
+CVelkSystemPCISlotProv* g_test = nullptr;
+decltype(&::ReleaseMutex) g_releaseMutex = nullptr;
+bool g_loadedByAnother = false;
+/// As soon as the lock of the table is free after a load that failed, another thread loads it.
+BOOL WINAPI LoadOnceFree(HANDLE mutex) {
+    const BOOL released = g_releaseMutex(mutex);
+    const auto& queries = g_test->wmi.Namespace(L"root\\wmi").queries;
+    if (g_loadedByAnother || queries.empty()) return released;
+    std::thread([mutex] {
+        const velktest::Apartment apartment;
+        if (::WaitForSingleObject(mutex, 0) != WAIT_OBJECT_0) return;  // held still, further out
+        g_loadedByAnother = true;
+        g_test->ServeSlots({{1}});
+        EXPECT_TRUE(velk::Smbios().Load());
+        g_releaseMutex(mutex);
+    }).join();
+    return released;
+}
+
+TEST_F(CVelkSystemPCISlotProv, FailsWithoutATableAlsoWhenAnotherThreadLoadsItRightAfterwards) {
+    g_test = this;
+    g_loadedByAnother = false;
+    wmi.Namespace(L"root\\wmi");
+    {
+        const velktest::StandIn release("ReleaseMutex", &LoadOnceFree);
+        g_releaseMutex = release.Original<decltype(g_releaseMutex)>();
+        EXPECT_EQ(Enumerate(), velk::kWbemFailed);
+    }
+    EXPECT_TRUE(g_loadedByAnother);
+    EXPECT_TRUE(velk::Smbios().IsLoaded());
     EXPECT_EQ(Enumerate(), S_OK);
     EXPECT_THAT(Slots(), ElementsAre(SlotPath(1)));
 }

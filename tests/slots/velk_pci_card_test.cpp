@@ -116,6 +116,17 @@ TEST_F(CVelkPCICardListTest, ReadsTheTableOnlyForACard) {
     EXPECT_TRUE(Smbios().IsLoaded());
 }
 
+TEST_F(CVelkPCICardListTest, EachNewCardAsksForTheTableAgainWhileNoneIsLoaded) {
+    const auto& queries = wmi.Namespace(L"root\\wmi").queries;
+    for (const DWORD slot : {1u, 2u, 2u, 0x10001u}) AddFunction(slot);
+    EXPECT_EQ(Cards().size(), 3u);
+    EXPECT_EQ(queries.size(), 3u) << "one load for each card, none of which succeeds";
+
+    velktest::ServeSmbios(wmi, velktest::TableOfSlots({{.id = 1}, {.id = 2}}));
+    EXPECT_EQ(Cards().size(), 3u);
+    EXPECT_EQ(queries.size(), 4u) << "once loaded, the table is kept";
+}
+
 TEST_F(CVelkPCICardListTest, FailsWhenTheFunctionListFails) {
     AddFunction(1);
     EXPECT_EQ(Rebuilt(list).size(), 1u);
