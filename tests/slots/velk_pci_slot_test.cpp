@@ -50,6 +50,12 @@ TEST_F(CVelkPCISlotListTest, NamesASlotByItsNumber) {
     EXPECT_THAT(slot.vendorCompatibilityStrings, ElementsAre(L"VKQ:PCICard"));
 }
 
+TEST_F(CVelkPCISlotListTest, ASlotIdHasSixteenBits) {
+    const CVelkPCISlot slot = Only({.id = 0xFFFE});
+    EXPECT_EQ(slot.tag, L"PCI Slot 65534");
+    EXPECT_EQ(slot.number, 0xFFFE);
+}
+
 TEST_F(CVelkPCISlotListTest, GapsInSlotIdsAreSkipped) {
     ServeSlots({{.id = 1}, {.id = 2}, {.id = 5}, {.id = 6}});
     EXPECT_THAT(Tags(), ElementsAre(L"PCI Slot 1", L"PCI Slot 2", L"PCI Slot 5", L"PCI Slot 6"));

@@ -80,6 +80,11 @@ TEST(FindEntryPoint, ALengthOfZeroIsAcceptedWithoutChecksum) {
     EXPECT_EQ(Firmware().Put(0x40, unsummed).FoundAddress(), 7u);
 }
 
+TEST(FindEntryPoint, ALengthThatIsAllOfTheMemoryLeftIsAccepted) {
+    EXPECT_EQ(Firmware().Put(0xFFE0, EntryPoint({.length = 0x20, .tableAddress = 7})).FoundAddress(), 7u);
+    EXPECT_FALSE(Firmware().Put(0xFFE0, EntryPoint({.length = 0x21, .tableAddress = 7})).Find());
+}
+
 TEST(FindEntryPoint, ALengthBeyondMemoryIsRejected) {
     EXPECT_FALSE(Firmware().Put(0xFFE0, EntryPoint({.length = 0xFF, .tableAddress = 7})).Find());
 }
