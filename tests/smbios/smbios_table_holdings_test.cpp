@@ -1,4 +1,4 @@
-// The lock of the SMBIOS table: what is done under it, and that it goes with the table.
+// What the SMBIOS table holds: its lock, what is done under it, and the memory of its copy.
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ namespace {
 using velktest::SmbiosBuilder;
 using velktest::StandIn;
 
-class SmbiosTableLock : public ::testing::Test {
+class SmbiosTableHoldings : public ::testing::Test {
   protected:
     velktest::LeakCheck leakCheck_;
     velktest::Apartment apartment_;
@@ -47,7 +47,7 @@ int WINAPI LookAtLock(UINT codePage, DWORD flags, LPCCH text, int length, LPWSTR
     return g_convert(codePage, flags, text, length, wide, size);
 }
 
-TEST_F(SmbiosTableLock, AStructureIsFoundAndConvertedUnderTheLock) {
+TEST_F(SmbiosTableHoldings, AStructureIsFoundAndConvertedUnderTheLock) {
     const StandIn<decltype(&RememberLock)> create("CreateMutexW", &RememberLock);
     g_createMutex = create.Original<decltype(g_createMutex)>();
     SmbiosTable locked;
@@ -63,8 +63,8 @@ TEST_F(SmbiosTableLock, AStructureIsFoundAndConvertedUnderTheLock) {
     EXPECT_TRUE(LockIsFree()) << "given back";
 }
 
-TEST_F(SmbiosTableLock, MayBeReadWhileAnotherThreadLoads) {
-    velktest::ServeSmbios(wmi, TableOfSlots({{.id = 1}, {.id = 2}}));
+TEST_F(SmbiosTableHoldings, MayBeReadWhileAnotherThreadLoads) {
+    velktest::ServeSmbios(wmi, velktest::TableOfSlots({{.id = 1}, {.id = 2}}));
     table.Load();
     std::atomic<bool> done = false;
     std::thread reader([&] {
@@ -79,7 +79,43 @@ TEST_F(SmbiosTableLock, MayBeReadWhileAnotherThreadLoads) {
     reader.join();
 }
 
-TEST_F(SmbiosTableLock, ItsLockIsClosedWithIt) {
+constexpr SIZE_T kTableSize = 6;
+void* g_tableMemory = nullptr;
+const SmbiosTable* g_table = nullptr;
+bool g_loadedMeanwhile = false;
+decltype(&::HeapAlloc) g_allocate = nullptr;
+void* WINAPI RememberTable(HANDLE heap, DWORD flags, SIZE_T size) {
+    void* const memory = g_allocate(heap, flags, size);
+    if (size == kTableSize) {
+        g_tableMemory = memory;
+        g_loadedMeanwhile = g_table->IsLoaded();
+    }
+    return memory;
+}
+
+decltype(&::HeapFree) g_free = nullptr;
+BOOL WINAPI ForgetTable(HANDLE heap, DWORD flags, LPVOID memory) {
+    if (memory == g_tableMemory) g_tableMemory = nullptr;
+    return g_free(heap, flags, memory);
+}
+
+TEST_F(SmbiosTableHoldings, ALoadGivesUpTheCopyBeforeFirst) {
+    g_table = &table;
+    const StandIn<decltype(&RememberTable)> allocate("HeapAlloc", &RememberTable);
+    g_allocate = allocate.Original<decltype(g_allocate)>();
+    const StandIn<decltype(&ForgetTable)> free("HeapFree", &ForgetTable);
+    g_free = free.Original<decltype(g_free)>();
+    velktest::ServeSmbios(wmi, SmbiosBuilder().Add(1, {}).Table());
+    ASSERT_TRUE(table.Load());
+    EXPECT_NE(g_tableMemory, nullptr);
+    ASSERT_TRUE(table.Load());
+    EXPECT_FALSE(g_loadedMeanwhile) << "a table that is being read again is not loaded";
+    wmi.Namespace(L"root\\wmi").Answer(velktest::kRawTableQuery, {});
+    EXPECT_FALSE(table.Load());
+    EXPECT_EQ(g_tableMemory, nullptr);
+}
+
+TEST_F(SmbiosTableHoldings, ItsLockIsClosedWithIt) {
     const DWORD before = velktest::Usage::Now().handles;
     for (int round = 0; round < 10; ++round) SmbiosTable().CountPciSlots();
     EXPECT_EQ(velktest::Usage::Now().handles, before);
