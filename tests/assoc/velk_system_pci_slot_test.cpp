@@ -8,6 +8,7 @@
 #include "pci/velk_pci_bridge_list.h"
 #include "pci/velk_pci_device_list.h"
 #include "smbios/smbios_table.h"
+#include "support/smbios_builder.h"
 
 namespace {
 
@@ -40,6 +41,14 @@ TEST_F(CVelkSystemPCISlotProv, SlotNumbersAreTriedFromOneToTheCountAndNoFurther)
     ServeSlots({{5}, {2}, {1}});
     EXPECT_EQ(Enumerate(), S_OK);
     EXPECT_THAT(Slots(), ElementsAre(SlotPath(1), SlotPath(2)));
+}
+
+TEST_F(CVelkSystemPCISlotProv, SlotIdsOfMoreThanEightBitsAreFound) {
+    std::vector<velktest::SmbiosBuilder::Slot> slots(257, {.id = 0x100});
+    slots.back().id = 0x101;
+    velktest::ServeSmbios(wmi, velktest::TableOfSlots(slots));
+    EXPECT_EQ(Enumerate(), S_OK);
+    EXPECT_THAT(Slots(), ElementsAre(SlotPath(0x100), SlotPath(0x101)));
 }
 
 TEST_F(CVelkSystemPCISlotProv, OnlyPciSlotsAreCountedButSlotsOfEveryKindAreFound) {

@@ -52,7 +52,12 @@ INSTANTIATE_TEST_SUITE_P(
     DeviceText, ScanHexByteReads,
     ::testing::Values(HexCase{L"__0280", ScanResult::kRead, 0x02}, HexCase{L"__fF", ScanResult::kRead, 0xFF},
                       HexCase{L"__1", ScanResult::kRead, 0x1}, HexCase{L"__1G", ScanResult::kRead, 0x1},
-                      HexCase{L"__ 7", ScanResult::kRead, 0x7}, HexCase{L"__ZZ", ScanResult::kMismatch, 0x77},
+                      HexCase{L"__ 7", ScanResult::kRead, 0x7}, HexCase{L"__\t7", ScanResult::kRead, 0x7},
+                      HexCase{L"__\r7", ScanResult::kRead, 0x7},
+                      HexCase{L"__\x0E"
+                              L"7",
+                              ScanResult::kMismatch, 0x77},
+                      HexCase{L"__ZZ", ScanResult::kMismatch, 0x77},
                       HexCase{L"__ P", ScanResult::kMismatch, 0x77},
                       HexCase{L"__", ScanResult::kEndOfInput, 0x77},
                       HexCase{L"__ ", ScanResult::kEndOfInput, 0x77},
@@ -76,6 +81,15 @@ TEST(ParseHardwareId, AcceptsAnIdWithoutATail) {
     EXPECT_EQ(numbers.subsystemId, 0);
     EXPECT_EQ(numbers.subsystemVendorId, 0);
     EXPECT_EQ(numbers.revisionId, 0);
+}
+
+TEST(ParseHardwareId, TakesABaseOrASignInFrontOfTheDigitsAsScanfDoes) {
+    HardwareIdNumbers numbers;
+    EXPECT_EQ(ParseHardwareId(L"PCI\\VEN_0x1F&DEV_0X2&SUBSYS_-00100x1&REV_", numbers), ScanResult::kRead);
+    EXPECT_EQ(numbers.vendorId, 0x1F);
+    EXPECT_EQ(numbers.deviceId, 0x2);
+    EXPECT_EQ(numbers.subsystemId, 0xFFFF) << "-001, four characters wide";
+    EXPECT_EQ(numbers.subsystemVendorId, 0x0) << "00x1: the base stands not in front";
 }
 
 TEST(ParseHardwareId, StopsAtTheFirstPartThatDiffers) {

@@ -16,6 +16,10 @@ using velktest::kPciBridge;
 using velktest::LogCapture;
 using velktest::StandIn;
 
+/// What a device is left out without.
+constexpr DWORD kNeeded[] = {SPDRP_COMPATIBLEIDS, SPDRP_LOCATION_INFORMATION, SPDRP_DEVICEDESC,
+                             SPDRP_HARDWAREID};
+
 std::vector<DWORD> g_asked;
 /// The log, where a test wants to know what stood in it when the slot number was asked for.
 const LogCapture* g_log = nullptr;
@@ -67,12 +71,10 @@ TEST_F(PropertyReadsTest, ADeviceOfTheOtherListIsAskedForItsCompatibleIdsAlone) 
 }
 
 TEST_F(PropertyReadsTest, WhatADeviceCannotBeListedWithoutEndsItsReading) {
-    const DWORD needed[] = {SPDRP_COMPATIBLEIDS, SPDRP_LOCATION_INFORMATION, SPDRP_DEVICEDESC,
-                            SPDRP_HARDWAREID};
-    for (std::size_t missing = 0; missing < std::size(needed); ++missing) {
+    for (std::size_t missing = 0; missing < std::size(kNeeded); ++missing) {
         auto device = Function(kNetwork, L"bus 1, device 2, function 3");
-        device.properties.erase(needed[missing]);
-        EXPECT_THAT(Asked(device), ::testing::ElementsAreArray(needed, missing + 1));
+        device.properties.erase(kNeeded[missing]);
+        EXPECT_THAT(Asked(device), ::testing::ElementsAreArray(kNeeded, missing + 1));
     }
 }
 
@@ -85,6 +87,28 @@ TEST_F(PropertyReadsTest, AllIsReadBeforeTheLogIsToldOfAPlaceThatCannotBeRead) {
     EXPECT_THAT(g_logAtUiNumber, IsEmpty());
     EXPECT_THAT(log.Lines(),
                 ElementsAre(L"[Information] CVelkPCIDeviceList::RebuildList| Could not parse Device Paths"));
+}
+
+DWORD g_largeProperty = 0;
+/// Fills what there is room for, and tells as a success that there is more.
+BOOL WINAPI AnswerWithMore(HDEVINFO set, PSP_DEVINFO_DATA device, DWORD property, PDWORD type, PBYTE buffer,
+                           DWORD size, PDWORD required) {
+    const BOOL answered = NoteProperty(set, device, property, type, buffer, size, required);
+    if (property == g_largeProperty && required != nullptr) *required = 2049;
+    return answered;
+}
+
+TEST_F(PropertyReadsTest, ATextThatNeedsMoreThanItsBufferIsNotReadAlsoWhenTheDatabaseCallsItASuccess) {
+    const StandIn<decltype(&AnswerWithMore)> more("SetupDiGetDeviceRegistryPropertyW", &AnswerWithMore);
+    SetDevices({Function(kNetwork, L"bus 1, device 2, function 3")});
+    for (const DWORD property : kNeeded) {
+        g_largeProperty = property;
+        EXPECT_NE(PciDeviceList().RebuildAndStamp(), 0u);
+        EXPECT_EQ(PciDeviceList().Count(), 0u) << property;
+    }
+    g_largeProperty = SPDRP_LOCATION_PATHS;
+    EXPECT_NE(PciDeviceList().RebuildAndStamp(), 0u);
+    EXPECT_EQ(PciDeviceList().Count(), 1u) << "the place is told by the location text";
 }
 
 int g_namesUntilFailure = 0;

@@ -106,6 +106,12 @@ TEST_F(CVelkPCICardListTest, ANumberBeyondSixteenBitsMatchesNoStructure) {
     EXPECT_THAT(Cards(), ElementsAre(Pair(L"PCI Card 65537", 0)));
 }
 
+TEST_F(CVelkPCICardListTest, TheLargestSlotIdMatchesItsNumber) {
+    ServeSlots({{.id = 0xFFFF, .type = 0x06}});
+    AddFunction(0xFFFF);
+    EXPECT_THAT(Cards(), ElementsAre(Pair(L"PCI Card 65535", 16)));
+}
+
 TEST_F(CVelkPCICardListTest, ReadsTheTableOnlyForACard) {
     velktest::ServeSmbios(wmi, velktest::TableOfSlots({{.id = 1}}));
     AddFunction(0);

@@ -56,6 +56,22 @@ TEST_F(CVelkPCISlotListTest, ASlotIdHasSixteenBits) {
     EXPECT_EQ(slot.number, 0xFFFE);
 }
 
+/// A string-table block whose first two texts, 112 and 113, differ; each is its length and its characters.
+LPVOID WINAPI LockTranslatedTexts(HGLOBAL) {
+    static wchar_t block[1024] = L"\x0006Tag %d\x0007Name %d";
+    return block;
+}
+
+TEST_F(CVelkPCISlotListTest, TagAndNameAreTranslatedApart) {
+    const velktest::StandIn<decltype(&LockTranslatedTexts)> texts("LockResource", &LockTranslatedTexts);
+    const CVelkPCISlot named = Only({.id = 7});
+    EXPECT_EQ(named.tag, L"Tag 7");
+    EXPECT_EQ(named.caption, L"Tag 7");
+    EXPECT_EQ(named.description, L"Tag 7");
+    EXPECT_EQ(named.name, L"Name 7");
+    EXPECT_EQ(named.elementName, L"Name 7");
+}
+
 TEST_F(CVelkPCISlotListTest, GapsInSlotIdsAreSkipped) {
     ServeSlots({{.id = 1}, {.id = 2}, {.id = 5}, {.id = 6}});
     EXPECT_THAT(Tags(), ElementsAre(L"PCI Slot 1", L"PCI Slot 2", L"PCI Slot 5", L"PCI Slot 6"));
@@ -156,6 +172,17 @@ TEST_F(CVelkPCISlotListTest, AHotPlugSlotIsPoweredWhenABridgeReportsItsNumber) {
     EXPECT_TRUE(records[0].supportsHotPlug);
     EXPECT_TRUE(records[0].poweredOn);
     EXPECT_TRUE(records[1].supportsHotPlug);
+    EXPECT_FALSE(records[1].poweredOn);
+}
+
+TEST_F(CVelkPCISlotListTest, TheBridgesNumberCountsInAllItsBits) {
+    ServeSlots({{.id = 0x103, .hotPlug = true}, {.id = 0x204, .hotPlug = true}});
+    AddBridge(0x103);
+    AddBridge(4);
+    EXPECT_NE(PciBridgeList().RebuildAndStamp(), 0u);
+    const auto records = Rebuilt(list);
+    ASSERT_EQ(records.size(), 2u);
+    EXPECT_TRUE(records[0].poweredOn);
     EXPECT_FALSE(records[1].poweredOn);
 }
 

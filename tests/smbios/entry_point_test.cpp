@@ -53,6 +53,12 @@ TEST(FindEntryPoint, AnAnchorThatMemoryCutsOffIsNone) {
     EXPECT_FALSE(Firmware().Put(0xFFF0, cut).Find());
 }
 
+TEST(FindEntryPoint, AnyMultipleOfSixteenMayBeItsPlace) {
+    for (const std::size_t offset : {0x10u, 0x20u, 0x50u, 0xFFD0u}) {
+        EXPECT_EQ(Firmware().Put(offset, EntryPoint({.tableAddress = 7})).FoundAddress(), 7u) << offset;
+    }
+}
+
 TEST(FindEntryPoint, AnchorsOffTheGridAreNotSeen) {
     for (std::size_t offset = 1; offset < 16; ++offset) {
         EXPECT_FALSE(Firmware().Put(0x40 + offset, EntryPoint({.tableAddress = 7})).Find()) << offset;
