@@ -158,6 +158,24 @@ TEST_F(RegistrarTest, FailureAtAnyWriteIsReportedAndUndone) {
     EXPECT_EQ(Register(items), ERROR_SUCCESS) << "there are no more writes than were tried";
 }
 
+/// Deletes what is below the key, and fails at the key itself.
+LSTATUS WINAPI DeleteHalfWay(HKEY key, LPCWSTR name) {
+    static const auto real = reinterpret_cast<decltype(&::RegDeleteTreeW)>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"advapi32.dll"), "RegDeleteTreeW")));
+    real(key, (std::wstring(name) + L"\\Deep").c_str());
+    return ERROR_ACCESS_DENIED;
+}
+
+TEST_F(RegistrarTest, DeletionThatFailsHalfWayIsUndone) {
+    Register(L"A = s 'a' { Deep { Deeper val X = s 'x' } }");
+    const RegistryTree before = Tree();
+    {
+        const StandIn halfWay("RegDeleteTreeW", &DeleteHalfWay);
+        EXPECT_EQ(Register(L"ForceRemove A"), ERROR_ACCESS_DENIED);
+    }
+    EXPECT_EQ(Tree(), before);
+}
+
 /// Refuses, each for a reason of its own, the keys A and C.
 LSTATUS WINAPI RefuseToDelete(HKEY key, LPCWSTR name) {
     static const auto real = reinterpret_cast<decltype(&::RegDeleteTreeW)>(
