@@ -247,7 +247,10 @@ TEST_F(CMutexTest, LockOfADeadProcessIsReportedAndHeld) {
     EXPECT_EQ(child.Wait(), 77U);
     mutex_->Lock();
     EXPECT_EQ(Written().substr(0, sizeof kErrorLine - 1), kErrorLine);
+    const UniqueHandle opened = OpenMutex(L"Global\\wmi_VelkContendedProv");
+    EXPECT_EQ(TryToTake(opened.Get()), DWORD{WAIT_TIMEOUT}) << "the caller holds it";
     mutex_->Unlock();
+    EXPECT_EQ(TryToTake(opened.Get()), DWORD{WAIT_OBJECT_0});
 }
 
 }  // namespace

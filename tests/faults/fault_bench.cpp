@@ -4,8 +4,10 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "fault_plan.h"
 #include "host/path/path_parser.h"
 #include "ledger.h"
+#include "module/identifiers.h"
 #include "support/smbios_builder.h"
 
 namespace velktest {
@@ -28,7 +30,7 @@ velkhost::PnpDevice MakeDevice(const wchar_t* hardwareId, const wchar_t* classId
 
 velkhost::Machine SmallMachine() {
     velkhost::Machine machine;
-    machine.names = {L"server.example.com", L"server", L"SERVER"};
+    machine.names = {kFullName, kHostName, kServerName};
     machine.devices = {
         MakeDevice(L"PCI\\VEN_8086&DEV_3590&SUBSYS_35908086&REV_0A", L"PCI\\CC_060400",
                    L"PCI bus 0, device 1, function 0", 1),
@@ -49,7 +51,7 @@ Bytes SlotTable() { return TableOfSlots({{.id = 1, .hotPlug = true}, {.id = 2, .
 
 void ServeSuite(FakeWmi& wmi) {
     const auto system = FakeClassObject::Make();
-    system->SetText(L"__SERVER", L"SERVER");
+    system->SetText(L"__SERVER", kServerName);
     system->SetText(L"__PATH", L"\\\\SERVER\\root\\VKQ:Velk_WinComputerSystem");
     const auto chassis = FakeClassObject::Make();
     chassis->SetText(L"__PATH", L"\\\\SERVER\\root\\VKQ:Velk_ComputerSystemChassis.Tag=\"1\"");
@@ -105,18 +107,27 @@ FaultBench::FaultBench() : pathParser_(velkhost::RegisterPathParser()) {
     registry_.SetDword(kCommonLogKey, L"LogLevel", 1);
     registry_.SetDword(kCommonLogKey, L"LogMaxSize", kLogMaxSize);
     registry_.SetText(kLegacyLogKey, L"LOGFILENAME", folder_.Path(L"legacy.log"));
-    // Where the log goes that has no mutex.
-    startFolder_ = std::filesystem::current_path();
-    std::filesystem::current_path(folder_.Path());
     ServeSuite(wmi_);
     wmiFaults_.emplace();
     Load();
+    ProveThatOperatorNewFails();
 }
 
 FaultBench::~FaultBench() {
     driverPresent = false;
     Unload();
-    std::filesystem::current_path(startFolder_);
+}
+
+void FaultBench::ProveThatOperatorNewFails() {
+    velk::ComPtr<IWbemProviderInit> provider;
+    Attach();
+    Faults().Arm(1, FaultMode::kAllocations);
+    const HRESULT result = CreateProvider(velk::kClsidVelkPCIDeviceProv, provider);
+    Faults().Disarm();
+    provider.Reset();
+    Detach();
+    if (result != E_OUTOFMEMORY || Faults().RefusedAllocations() == 0)
+        throw std::runtime_error("what was taken for operator new is something else");
 }
 
 void FaultBench::Load() {

@@ -20,6 +20,23 @@
 
 namespace velktest {
 
+// How the bench's computer is called.
+inline constexpr wchar_t kFullName[] = L"server.example.com";
+inline constexpr wchar_t kHostName[] = L"server";
+inline constexpr wchar_t kServerName[] = L"SERVER";  ///< by WMI
+
+/// The process's current folder for a scope.
+class WorkingFolder {
+  public:
+    explicit WorkingFolder(const std::filesystem::path& folder) { std::filesystem::current_path(folder); }
+    ~WorkingFolder() { std::filesystem::current_path(before_); }
+    WorkingFolder(const WorkingFolder&) = delete;
+    WorkingFolder& operator=(const WorkingFolder&) = delete;
+
+  private:
+    std::filesystem::path before_ = std::filesystem::current_path();
+};
+
 /// Where the machine's SMBIOS table comes from.
 enum class SmbiosSource { kWmi, kDriver };
 
@@ -64,12 +81,14 @@ class FaultBench {
     IWbemServices* Services() const { return services_.Get(); }
 
   private:
+    /// Throws std::runtime_error unless a request that operator new has no memory for says so.
+    void ProveThatOperatorNewFails();
     void Load();
     void Unload();
 
     RegistryFixture registry_;
     TempFolder folder_;
-    std::filesystem::path startFolder_;
+    WorkingFolder workingFolder_{folder_.Path()};  ///< where the log goes that has no mutex
     Apartment apartment_;
     velkhost::ClassRegistration pathParser_;
     FakeWmi wmi_;

@@ -11,7 +11,11 @@ namespace velktest {
 enum class FaultMode {
     kSingle,       ///< one call fails
     kFromThereOn,  ///< it and all calls after it fail
+    kAllocations,  ///< of it and all calls after it those of operator new fail, and no other
 };
+
+/// operator new, as the calls of malloc that it makes are named.
+inline constexpr char kOperatorNew[] = "malloc";
 
 /// Decides which of the calls that leave the module fail. Every call that can fail asks once; the calls are
 /// counted from 1 while the plan is armed, and none fails while it is not.
@@ -22,10 +26,15 @@ class FaultPlan {
 
     /// Whether this call is to fail. `call` must live as long as the program. Keeps GetLastError().
     bool Fails(const char* call) noexcept;
+    /// What was asked about has failed: for whoever makes it fail to tell, so that a fault that was decided
+    /// upon and never happened is counted nowhere. Keeps GetLastError().
+    void NoteFailure(const char* call) noexcept;
 
-    /// Since the plan was armed last: how many calls were made and how many of them failed.
+    /// Since the plan was armed last: how many calls were made, how many of them failed, and how many of
+    /// those were operator new's.
     std::size_t Calls() const noexcept { return calls_; }
     std::size_t Injected() const noexcept { return injected_; }
+    std::size_t RefusedAllocations() const noexcept { return refusedAllocations_; }
     /// The call that failed first, or "".
     const char* FirstFault() const noexcept { return firstFault_; }
 
@@ -35,6 +44,7 @@ class FaultPlan {
     FaultMode mode_ = FaultMode::kSingle;
     std::atomic<std::size_t> calls_ = 0;
     std::atomic<std::size_t> injected_ = 0;
+    std::atomic<std::size_t> refusedAllocations_ = 0;
     std::atomic<const char*> firstFault_ = "";
 };
 

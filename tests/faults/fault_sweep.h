@@ -8,8 +8,8 @@
 namespace velktest {
 
 /// Runs a scenario again and again, failing call 1, 2, 3, ... until a run meets no fault: once with single
-/// failures, once with all calls failing from there on. What each sweep did, and all of them together, is
-/// printed.
+/// failures, once with all calls failing from there on. A sweep in which no call or no allocation failed
+/// fails itself: it has tried nothing. What each sweep did, and all of them together, is printed.
 class FaultSweep {
   public:
     /// Runs the scenario under the armed plan and disarms it. What is wrong with the outcome, or nothing.

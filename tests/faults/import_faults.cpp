@@ -33,6 +33,7 @@ struct CreateThreadImport {
     static HANDLE WINAPI Call(SECURITY_ATTRIBUTES* security, SIZE_T stack, LPTHREAD_START_ROUTINE start,
                               void* parameter, DWORD flags, DWORD* id) {
         if (Faults().Fails("CreateThread")) {
+            Faults().NoteFailure("CreateThread");
             ::SetLastError(kInjectedError);
             return nullptr;
         }
@@ -59,7 +60,10 @@ struct MallocImport {
     static void* Call(std::size_t size) {
         const void* const caller = ReturnAddress();
         if (mallocCallers != nullptr) ++(*mallocCallers)[caller];
-        if (caller == operatorNew && Faults().Fails("malloc")) return nullptr;
+        if (caller == operatorNew && Faults().Fails(kOperatorNew)) {
+            Faults().NoteFailure(kOperatorNew);
+            return nullptr;
+        }
         void* const block = original(size);
         if (block != nullptr) Books().Add(Owned::kMemory, block);
         return block;
@@ -92,7 +96,11 @@ struct CallocImport {
 struct FputwsImport {
     static inline decltype(&::fputws) original = nullptr;
 
-    static int Call(const wchar_t*, FILE*) { return Faults().Fails("fputws") ? WEOF : 0; }
+    static int Call(const wchar_t*, FILE*) {
+        if (!Faults().Fails("fputws")) return 0;
+        Faults().NoteFailure("fputws");
+        return WEOF;
+    }
 };
 
 /// The thread does not return from the call.

@@ -22,8 +22,9 @@ class ImportFaults {
     ImportFaults(const ImportFaults&) = delete;
     ImportFaults& operator=(const ImportFaults&) = delete;
 
-    /// Learns from something that makes the module allocate which calls of malloc are operator new's. Only
-    /// those are made to fail: the others are the compiler's run-time making an exception.
+    /// Learns from something that makes the module allocate which calls of malloc are operator new's: those
+    /// that come from the place where most come from. Only they are made to fail: the others are the
+    /// compiler's run-time making an exception.
     void FindOperatorNew(const std::function<void()>& allocates);
 
     /// Threads that the module starts do not run before this, which waits for their end: so every run makes

@@ -130,6 +130,7 @@ struct Import<name, Result(Arguments...), failure, error, Booking> {
     }
 
     static Result Failure() {
+        Faults().NoteFailure(name.text);
         if (error != ERROR_SUCCESS) ::SetLastError(error);
         if constexpr (std::is_pointer_v<Result>) {
             return reinterpret_cast<Result>(failure);

@@ -16,6 +16,7 @@ constexpr long long kNoLimit = std::numeric_limits<long long>::max() / 2;
 
 std::atomic<long long> available = kNoLimit;  // bytes
 std::atomic<std::size_t> refused = 0;
+std::atomic<std::size_t> mallocsRefused = 0;
 
 bool MayHave(std::size_t bytes) {
     const auto wanted = static_cast<long long>(bytes);
@@ -31,7 +32,11 @@ constexpr std::size_t kMostBack = 4096;
 void GiveBack(std::size_t bytes) { available += static_cast<long long>(std::min(bytes, kMostBack)); }
 
 decltype(&::malloc) mallocBelow = nullptr;
-void* LimitedMalloc(std::size_t size) { return MayHave(size) ? mallocBelow(size) : nullptr; }
+void* LimitedMalloc(std::size_t size) {
+    if (MayHave(size)) return mallocBelow(size);
+    ++mallocsRefused;
+    return nullptr;
+}
 
 decltype(&::calloc) callocBelow = nullptr;
 void* LimitedCalloc(std::size_t count, std::size_t size) {
@@ -109,11 +114,13 @@ MemoryLimit::~MemoryLimit() { Lift(); }
 
 void MemoryLimit::Set(std::size_t bytes) {
     refused = 0;
+    mallocsRefused = 0;
     available = static_cast<long long>(bytes);
 }
 
 void MemoryLimit::Lift() { available = kNoLimit; }
 
 std::size_t MemoryLimit::Refused() const { return refused; }
+std::size_t MemoryLimit::MallocsRefused() const { return mallocsRefused; }
 
 }  // namespace velktest

@@ -21,8 +21,10 @@ class MemoryLimit {
     /// From now on the module may have so many bytes more than it has now.
     void Set(std::size_t bytes);
     void Lift();
-    /// How many allocations were refused since the limit was set.
+    /// How many allocations were refused since the limit was set, and how many of them by malloc, from which
+    /// operator new has its memory.
     std::size_t Refused() const;
+    std::size_t MallocsRefused() const;
 
   private:
     std::vector<velkhost::ImportRedirect> redirects_;

@@ -44,6 +44,7 @@ struct FailingMethod<name, kind, HRESULT (STDMETHODCALLTYPE Interface::*)(Argume
 
     static HRESULT STDMETHODCALLTYPE Call(Interface* self, Arguments... arguments) {
         const bool fails = Faults().Fails(name.text);
+        if (fails) Faults().NoteFailure(name.text);
         if (fails && kind != MethodKind::kReports) return kInjected;
         const HRESULT result = original(self, arguments...);
         if (kind == MethodKind::kGivesValue && SUCCEEDED(result)) (BookValue(arguments), ...);

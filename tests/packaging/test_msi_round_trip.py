@@ -363,6 +363,5 @@ class Package(unittest.TestCase):
 
 if __name__ == "__main__":
     if not all(map(shutil.which, ("wixl", "msibuild", "msiinfo"))):
-        print("Building the package needs wixl and msitools: apt-get install wixl msitools")
-        sys.exit(77)
+        sys.exit("Building the package needs wixl and msitools: apt-get install wixl msitools")
     unittest.main()

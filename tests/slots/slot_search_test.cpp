@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <random>
 
 namespace velk {
@@ -131,12 +130,11 @@ TEST(SlotSearch, FindsWhatTryingNumberByNumberFinds) {
     }
 }
 
-TEST(SlotSearch, TheLargestTableWithOneIdEndsAtOnce) {
-    // 64 KiB of the shortest structures that name a PCI slot type.
+TEST(SlotSearch, TheLargestTableWithOneIdIsSearchedToItsEnd) {
+    // Its slots are half a billion numbers apart in all: tried one by one, they would not be found before the
+    // time for all tests is over. 64 KiB of the shortest structures that name a PCI slot type.
     const SystemSlots slots = PciSlots(std::vector<std::uint16_t>(0x10000 / 8, 0));
-    const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(Numbers(slots).back(), 0x10000u / 8 * 0x10000);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
 }
 
 TEST(SlotSearch, CandidatesAreAllNumbersUpToTheLastHit) {

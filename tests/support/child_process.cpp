@@ -14,8 +14,8 @@ const DWORD kPatience = IsLongRun() ? 3600000 : 60000;
 ChildProcess::ChildProcess(const velk::CString& testName) {
     wchar_t program[MAX_PATH] = {};
     ::GetModuleFileNameW(nullptr, program, MAX_PATH);
-    velk::CString command =
-        velk::FormatText(L"\"%s\" --gtest_also_run_disabled_tests --gtest_filter=%s", program, testName);
+    velk::CString command = velk::FormatText(L"\"%s\" %S --gtest_also_run_disabled_tests --gtest_filter=%s",
+                                             program, kChildArgument, testName);
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION information = {};
@@ -36,7 +36,8 @@ ChildProcess::~ChildProcess() {
 DWORD ChildProcess::Wait() {
     DWORD code = 1;
     if (BecomesSignalled(process_.Get())) ::GetExitCodeProcess(process_.Get(), &code);
-    return code;
+    if (code == kChildPassed) return 0;
+    return code == 0 ? kRanNoTest : code;
 }
 
 velk::UniqueHandle OpenSharedEvent(const wchar_t* name) {

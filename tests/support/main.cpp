@@ -1,9 +1,12 @@
 #include <gmock/gmock.h>
 
+#include <cstdio>
 #include <cwchar>
 #include <optional>
+#include <string_view>
 
 #include "common/platform.h"
+#include "support/child_process.h"
 #include "support/stand_ins.h"
 
 namespace {
@@ -24,12 +27,26 @@ std::optional<velktest::StandIn<decltype(&::GetModuleHandleW)>> StandInForTheMod
                                                                            &FindModule);
 }
 
+/// How many tests ran to their end: not those that a filter leaves out, and not those that were skipped.
+int CompletedTests() {
+    const testing::UnitTest& all = *testing::UnitTest::GetInstance();
+    return all.test_to_run_count() - all.skipped_test_count();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     // A crash must end the test run with a failing code, never with a dialog that nobody sees.
     ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+    const bool isChild = argc > 1 && std::string_view(argv[1]) == velktest::kChildArgument;
     ::testing::InitGoogleMock(&argc, argv);
     const auto module = StandInForTheModule();
-    return RUN_ALL_TESTS();
+    const int result = RUN_ALL_TESTS();
+    if (result != 0 || GTEST_FLAG_GET(list_tests)) return result;
+    // GoogleTest is content when a filter matches nothing.
+    if (CompletedTests() == 0) {
+        std::fputs("No test ran.\n", stderr);
+        return 1;
+    }
+    return isChild ? velktest::kChildPassed : 0;
 }

@@ -4,7 +4,7 @@
     compare_dmidecode.py MACHINE.json SLOTS.json
 
 MACHINE.json is a machine file, SLOTS.json what `velkhost list Velk_PCISlot --json` printed for it ("-" = standard
-input). Exit status: 0 when both tell the same slots (number, type, width, hot-plug, order), 1 when they differ, 77 when
+input). Exit status: 0 when both tell the same slots (number, type, width, hot-plug, order), 1 when they differ or
 dmidecode is not installed.
 """
 
@@ -17,7 +17,6 @@ import subprocess
 import sys
 import tempfile
 
-SKIPPED = 77
 
 CONNECTOR_TYPES = {"PCI-X": 98, "PCI-66": 80, "PCI": 43}
 CONNECTOR_LAYOUTS = {"PCI-X": 17, "PCI-66": 16, "PCI": 16}
@@ -143,8 +142,7 @@ def main(arguments):
     if len(arguments) != 2:
         sys.exit(__doc__)
     if shutil.which("dmidecode") is None:
-        print("dmidecode is not installed")
-        return SKIPPED
+        sys.exit("dmidecode is not installed: apt-get install dmidecode")
     with open(arguments[0], encoding="utf-8") as file:
         machine = json.load(file)
     table, version = table_of(machine)

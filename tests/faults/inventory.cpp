@@ -1,4 +1,8 @@
-#include "instance_text.h"
+#include "inventory.h"
+
+#include <algorithm>
+
+#include "common/variant.h"
 
 namespace velktest {
 
@@ -45,14 +49,14 @@ FakeObjects DeliveredTo(const RecordingSink& sink) {
     return objects;
 }
 
-velk::CString TextOf(const FakeObjects& instances) {
-    velk::CString text;
+Inventory InventoryOf(const FakeObjects& instances) {
+    Inventory inventory;
     for (const auto& instance : instances) {
+        RecordText& record = inventory.emplace_back();
         for (const velk::CString& name : instance->puts)
-            text += name + L"=" + ValueText(*instance->Find(name)) + L";";
-        text += L"\n";
+            record.push_back({name, ValueText(*instance->Find(name))});
     }
-    return text;
+    return inventory;
 }
 
 velk::CString PathOf(const velk::CString& wmiClass, const FakeClassObject& instance,
