@@ -37,12 +37,25 @@ bool CMutex::Create() noexcept {
 }
 
 void CMutex::Lock() noexcept {
-    if (!Create()) return;
+    // The mutex first. Of two locks of one name in this process, the thread that waits for the mutex then
+    // holds nothing that the one with the mutex may come to need; and an abandoned mutex tells that the other
+    // half was left behind, too.
+    //
+    // A thread that went on without the mutex, and locks once more, must not wait for it either: whoever has
+    // got it since then waits for what this thread holds.
+    const bool wanted = Create() && !inProcess_.IsHeldWithoutMutex();
+    inProcess_.Lock(wanted && WaitForMutex());
+}
+
+bool CMutex::WaitForMutex() noexcept {
+    const DWORD result = ::WaitForSingleObject(handle_.load(), INFINITE);
+    if (result != WAIT_OBJECT_0) ReportFailure();
     // An abandoned mutex is held all the same: its list is rebuilt under every lock.
-    if (::WaitForSingleObject(handle_.load(), INFINITE) != WAIT_OBJECT_0) ReportFailure();
+    return result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
 }
 
 void CMutex::Unlock() noexcept {
+    inProcess_.Unlock();
     const HANDLE handle = handle_.load();
     if (handle != nullptr && !::ReleaseMutex(handle)) ReportFailure();
 }

@@ -8,11 +8,23 @@
 #include "common/handle.h"
 #include "common/mutex.h"
 #include "common/platform.h"
+#include "support/child_process.h"
 #include "support/registry_fixture.h"
 #include "support/stand_ins.h"
 #include "support/temp_folder.h"
 
 namespace velktest {
+
+/// Runs a function on a thread of its own, to its end.
+template <class Function>
+void OnAnotherThread(Function function) {
+    const auto run = [](void* argument) -> DWORD {
+        (*static_cast<Function*>(argument))();
+        return 0;
+    };
+    const velk::UniqueHandle thread(::CreateThread(nullptr, 0, run, &function, 0, nullptr));
+    ASSERT_TRUE(BecomesSignalled(thread.Get()));
+}
 
 /// Locks that report to a legacy log of the test's own.
 class CMutexTest : public ::testing::Test {

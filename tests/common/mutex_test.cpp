@@ -15,19 +15,9 @@ namespace {
 
 using velktest::BecomesSignalled;
 using velktest::CMutexTest;
+using velktest::OnAnotherThread;
 using velktest::OpenSharedEvent;
 using velktest::StandIn;
-
-/// Runs a function on a thread of its own, to its end.
-template <class Function>
-void OnAnotherThread(Function function) {
-    const auto run = [](void* argument) -> DWORD {
-        (*static_cast<Function*>(argument))();
-        return 0;
-    };
-    const UniqueHandle thread(::CreateThread(nullptr, 0, run, &function, 0, nullptr));
-    ASSERT_TRUE(BecomesSignalled(thread.Get()));
-}
 
 DWORD TryToTake(HANDLE mutex) {
     DWORD result = WAIT_FAILED;

@@ -7,6 +7,8 @@ std::set<std::string> UntouchedImports() {
         // Cannot fail with the arguments that they are given.
         "AcquireSRWLockExclusive",
         "ReleaseSRWLockExclusive",
+        "SleepConditionVariableSRW",
+        "WakeConditionVariable",
         "GetLastError",
         "SetLastError",
         "GetLocalTime",
