@@ -105,6 +105,8 @@ TEST_F(ShippedMof, NamesEachClsidOnce) {
         const ClassDef& definition = provider->Class();
         clsids.push_back(ToText(provider->At(definition.IndexOf(L"CLSID"))));
         EXPECT_EQ(ToText(provider->At(definition.IndexOf(L"HostingModel"))), L"NetworkServiceHost");
+        // Said in so many words, though it is the default: as whom a provider acts is a matter of security.
+        EXPECT_EQ(ToText(provider->At(definition.IndexOf(L"ImpersonationLevel"))), L"0");
     }
     EXPECT_EQ(clsids.size(), 10u);
     std::sort(clsids.begin(), clsids.end());
