@@ -149,13 +149,14 @@ std::map<std::wstring, RegistryValue> ReadSettings(const JsonNode& node) {
 }
 
 Machine ReadMachine(const JsonNode& root) {
-    root.AllowOnly({"about", "comment", "computer", "devices", "smbios", "objects", "settings"});
+    root.AllowOnly({"about", "comment", "computer", "devices", "smbios", "suite", "objects", "settings"});
     Machine machine;
     if (const auto names = root.Find("computer")) machine.names = ReadNames(*names);
     if (const auto smbios = root.Find("smbios")) machine.smbios = ReadSmbios(*smbios);
     if (const auto devices = root.Find("devices")) {
         for (const JsonNode& device : devices->Elements()) machine.devices.push_back(ReadDevice(device));
     }
+    if (const auto suite = root.Find("suite")) machine.suite = suite->Truth();
     if (const auto objects = root.Find("objects")) {
         for (const JsonNode& object : objects->Elements()) machine.objects.push_back(ReadObject(object));
     }

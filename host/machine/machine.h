@@ -66,6 +66,9 @@ struct Machine {
     ComputerNames names;
     std::vector<PnpDevice> devices;  ///< in SetupAPI's enumeration order
     std::optional<SmbiosFirmware> smbios;
+    /// Whether the management suite's classes of computer system and chassis are there, as standalone.mof
+    /// defines them.
+    bool suite = false;
     std::vector<SuiteObject> objects;
     /// The provider's settings: the values of its registry key, by name. Without any of this the machine says
     /// nothing about settings; an empty map is a key without values.

@@ -34,10 +34,10 @@ class DocExamples(unittest.TestCase):
         cls.pages = {path.stem: Page(path) for path in sorted(PAGES.glob("*.md"))}
         cls.paths = [page.block("Keys and path")[0] for page in cls.pages.values()]
         # The pages' order asks for a bridge before the slot, which therefore counts as powered, as in a dump.
-        cls.got = prefix.velkhost("get", *cls.paths)
-        cls.got_json = prefix.velkhost("get", *cls.paths, "--json")
-        cls.dump = prefix.velkhost("dump")
-        cls.listed = {name: prefix.velkhost("list", name) for name in cls.pages if name != "Velk_PCISlot"}
+        cls.got = prefix.velkpci("get", *cls.paths)
+        cls.got_json = prefix.velkpci("get", *cls.paths, "--json")
+        cls.dump = prefix.velkpci("dump", "--blocks")
+        cls.listed = {name: prefix.velkpci("list", name, "--blocks") for name in cls.pages if name != "Velk_PCISlot"}
 
     def examples(self):
         return [without_blanks(page.block("Example")) for page in self.pages.values()]
@@ -52,15 +52,15 @@ class DocExamples(unittest.TestCase):
 
     def test_paths_are_those_of_the_instances(self):
         self.assertEqual(self.got_json.code, 0)
-        for name, found, path in zip(self.pages, self.got_json.json(), self.paths):
+        for name, found, path in zip(self.pages, self.got_json.json()["instances"], self.paths):
             with self.subTest(page=name):
-                self.assertEqual(found["__PATH"], f"\\\\RACK17\\root\\VKQ:{path}")
+                self.assertEqual(found["path"], f"\\\\RACK17\\root\\VKQ:{path}")
 
     def test_examples_are_printed_by_the_command_that_the_page_names(self):
         for (name, page), example in zip(self.pages.items(), self.examples()):
             with self.subTest(page=name):
                 words = " ".join(page.sections["Example"].split())
-                command = re.search(r"as `\./run (\w+(?: \w+)?)` prints it", words)[1]
+                command = re.search(r"as `\./run (\w+(?: \w+)?) --blocks` prints it", words)[1]
                 answer = self.dump if command == "dump" else self.listed[command.removeprefix("list ")]
                 self.assertEqual(answer.code, 0)
                 self.assertIn(example, blocks_of(answer.output))

@@ -1,4 +1,4 @@
-"""The shipped DLL and velkhost on the sample server: registration, every command, exit codes, the log's bytes, and a
+"""The shipped DLL and velkpci on the sample server: registration, every command, exit codes, the log's bytes, and a
 registry without traces afterwards."""
 
 import re
@@ -73,7 +73,7 @@ class Registration(unittest.TestCase):
         self.assertEqual(class_registry(), fresh_registry)
 
     def test_without_registration_the_user_is_told_what_to_do(self):
-        answer = prefix.velkhost("list", "Velk_PCIDevice")
+        answer = prefix.velkpci("list", "Velk_PCIDevice")
         self.assertEqual((answer.code, answer.output), (1, ""))
         self.assertIn('is not registered: run "regsvr32 VelkWmiPci.dll"', answer.errors)
         self.assertIn("WBEM_E_PROVIDER_LOAD_FAILURE (0x80041013)", answer.errors)
@@ -88,27 +88,30 @@ class RegisteredCase:
         cls.addClassCleanup(prefix.unregister)
 
     def succeed(self, *arguments):
-        answer = prefix.velkhost(*arguments)
+        answer = prefix.velkpci(*arguments)
         self.assertEqual((answer.code, answer.errors), (0, ""), arguments)
         return answer
+
+    def listed(self, name):
+        return wine_prefix.instances_of(self.succeed("list", name, "--json"))
 
 
 class Commands(RegisteredCase, unittest.TestCase):
     def test_classes_are_told_with_their_providers(self):
-        told = {each["class"]: each["provider"] for each in self.succeed("classes", "--json").json()}
+        told = {each["class"]: each["provider"] for each in self.succeed("classes", "--json").json()["classes"]}
         self.assertEqual({name: provider for name, provider in told.items() if provider},
                          {name: name.replace("_", "") + "Prov" for name in CLASSES})
 
     def test_list_and_get_agree(self):
         for name in CLASSES:
             with self.subTest(name=name):
-                listed = self.succeed("list", name, "--json").json()
+                listed = self.listed(name)
                 self.assertNotEqual(listed, [])
-                got = prefix.get_all([each["__PATH"] for each in listed])
-                self.assertEqual([got[each["__PATH"]] for each in listed], listed)
+                got = prefix.get_all([each["path"] for each in listed])
+                self.assertEqual([got[each["path"]] for each in listed], listed)
 
     def test_instance_has_19_properties_and_null_in_all_others(self):
-        listed = self.succeed("list", "Velk_PCIDevice", "--json").json()
+        listed = self.listed("Velk_PCIDevice")
         self.assertEqual((len(listed), len(WRITTEN)), (20, 19))
         for instance in listed:
             properties, types = instance["properties"], instance["types"]
@@ -125,27 +128,27 @@ class Commands(RegisteredCase, unittest.TestCase):
         self.assertTrue(nulls.isdisjoint(WRITTEN))
 
     def test_dump_holds_what_list_shows(self):
-        dump = self.succeed("dump", "--json").json()
+        dump = wine_prefix.by_class(self.succeed("dump", "--json"))
         self.assertLessEqual(set(CLASSES), set(dump))
         for name in ("Velk_PCIDevice", "Velk_SystemPCISlot"):
-            self.assertEqual(dump[name], self.succeed("list", name, "--json").json())
+            self.assertEqual(dump[name], self.listed(name))
 
     def test_associators_are_both_neighbours_of_a_card(self):
-        found = self.succeed("associators", CARD, "--json").json()
-        self.assertEqual([(each["__CLASS"], each["properties"].get("Tag", each["properties"].get("DeviceID")))
+        found = wine_prefix.instances_of(self.succeed("associators", CARD, "--json"))
+        self.assertEqual([(each["class"], each["properties"].get("Tag", each["properties"].get("DeviceID")))
                           for each in found],
                          [("Velk_PCISlot", "PCI Slot 2")] +
                          [("Velk_PCIDevice", f"BUS(59)DEV(0)FN({function})") for function in range(4)])
 
     def test_references_are_the_associations_that_name_a_card(self):
-        found = self.succeed("references", CARD, "--json").json()
-        self.assertEqual([each["__CLASS"] for each in found], ["Velk_PCICardInSlot"] + 4 * ["Velk_RealizesPCIDevice"])
+        found = wine_prefix.instances_of(self.succeed("references", CARD, "--json"))
+        self.assertEqual([each["class"] for each in found], ["Velk_PCICardInSlot"] + 4 * ["Velk_RealizesPCIDevice"])
         for each in found:
             self.assertIn(f"\\\\RACK17\\root\\VKQ:{CARD}", wine_prefix.references_of(each).values())
 
     def test_computer_system_is_tied_to_all_functions_and_bridges(self):
-        found = self.succeed("associators", COMPUTER, "--json").json()
-        self.assertEqual([each["__CLASS"] for each in found], 20 * ["Velk_PCIDevice"] + 12 * ["Velk_PCIBridge"])
+        found = wine_prefix.instances_of(self.succeed("associators", COMPUTER, "--json"))
+        self.assertEqual([each["class"] for each in found], 20 * ["Velk_PCIDevice"] + 12 * ["Velk_PCIBridge"])
 
     def test_tree_shows_the_machine(self):
         tree = self.succeed("tree").output.splitlines()
@@ -153,39 +156,56 @@ class Commands(RegisteredCase, unittest.TestCase):
         self.assertIn("│  ├─ PCI Slot 5: PCI-E x4, PCI Express, hot-plug, powered, at PCI Slot 5 (position 5)", tree)
         at = tree.index("│  │  └─ PCI Card 5")
         self.assertEqual(tree[at + 1], "│  │     └─ BUS(134)DEV(0)FN(0)  144D:A824  Standard NVM Express Controller")
-        for instance in self.succeed("list", "Velk_PCIDevice", "--json").json():
+        for instance in self.listed("Velk_PCIDevice"):
             place = f"─ {instance['properties']['DeviceID']}  "
             self.assertEqual(sum(place in line for line in tree), 1, place)
 
     def test_wmi_failure_ends_with_one_and_names_its_status(self):
         for arguments, status in ((("get", NO_SLOT), "WBEM_E_NOT_FOUND (0x80041002)"),
                                   (("list", "Velk_Nothing"), "WBEM_E_INVALID_CLASS (0x80041010)"),
-                                  (("get", 'no path"'), "WBEM_E_INVALID_OBJECT_PATH (0x8004103A)"),
-                                  (("references", NO_SLOT, "--json"), "WBEM_E_NOT_FOUND (0x80041002)")):
-            answer = prefix.velkhost(*arguments)
+                                  (("list", "velk_pcislit"),
+                                   "WBEM_E_INVALID_CLASS (0x80041010): did you mean Velk_PCISlot?"),
+                                  (("get", 'no path"'), "WBEM_E_INVALID_OBJECT_PATH (0x8004103A): "
+                                                        'a path is written Class.Key="value",Key2=1'),
+                                  (("references", NO_SLOT), "WBEM_E_NOT_FOUND (0x80041002)")):
+            answer = prefix.velkpci(*arguments)
             self.assertEqual((answer.code, answer.output), (1, ""))
-            self.assertEqual(answer.errors, f"velkhost: {arguments[1]}: {status}\n")
+            self.assertEqual(answer.errors, f"velkpci: {arguments[1]}: {status}\n")
+            told = prefix.velkpci(*arguments, "--json").json()
+            self.assertEqual([each["request"] for each in told["failures"]], [arguments[1]])
+
+    def test_a_query_that_cannot_be_read_is_told_in_one_line(self):
+        answer = prefix.velkpci("query", "SELEC * FROM Velk_PCISlot")
+        self.assertEqual((answer.code, answer.output), (1, ""))
+        self.assertRegex(answer.errors, r"\Avelkpci: SELEC .*: WBEM_E_INVALID_QUERY \(0x80041017\): .+\n\Z")
+
+    def test_query_selects_properties_and_instances(self):
+        found = self.succeed("query", "SELECT Tag, PoweredOn FROM Velk_PCISlot WHERE SupportsHotPlug = TRUE", "--json")
+        document = found.json()
+        self.assertTrue(document["instances"])
+        for each in document["instances"]:
+            self.assertEqual(list(each["properties"]), ["Tag", "PoweredOn"])
 
     def test_get_of_several_paths_tells_which_is_missing(self):
-        answer = prefix.velkhost("get", NO_SLOT, CARD, "--json")
+        answer = prefix.velkpci("get", NO_SLOT, CARD, "--json")
         self.assertEqual(answer.code, 1)
-        self.assertEqual(answer.errors, f"velkhost: {NO_SLOT}: WBEM_E_NOT_FOUND (0x80041002)\n")
-        missing, card = answer.json()
+        self.assertEqual(answer.errors, f"velkpci: {NO_SLOT}: WBEM_E_NOT_FOUND (0x80041002)\n")
+        missing, card = answer.json()["instances"]
         self.assertIsNone(missing)
         self.assertEqual(card["properties"]["Tag"], "PCI Card 2")
 
     def test_keys_may_come_in_any_order_and_case_but_values_as_they_are(self):
         self.succeed("get", 'velk_pcicard.TAG="PCI Card 2",creationclassname="Velk_PCICard"')
-        self.assertEqual(prefix.velkhost("get", CARD.replace("PCI Card", "PCI CARD")).code, 1)
+        self.assertEqual(prefix.velkpci("get", CARD.replace("PCI Card", "PCI CARD")).code, 1)
 
     def test_bad_usage_ends_with_two(self):
         for arguments in ((), ("lisst",), ("list",), ("get",), ("list", "Velk_PCISlot", "--columns", "Nothing"),
-                          ("--live", "tree"), ("--namespace", r"root\none", "classes")):
-            answer = prefix.velkhost(*arguments)
+                          ("--provider", "tree"), ("--namespace", r"root\none", "classes"), ("tree", "--csv")):
+            answer = prefix.velkpci(*arguments)
             self.assertEqual((answer.code, answer.output), (2, ""), arguments)
             self.assertNotEqual(answer.errors, "")
-        missing = prefix.velkhost("tree", machine="no-such-machine.json")
-        self.assertEqual((missing.code, missing.errors), (2, "velkhost: no-such-machine.json: cannot be opened\n"))
+        missing = prefix.velkpci("tree", machine="no-such-machine.json")
+        self.assertEqual((missing.code, missing.errors), (2, "velkpci: no-such-machine.json: cannot be opened\n"))
 
 
 class Log(RegisteredCase, unittest.TestCase):
@@ -215,7 +235,7 @@ class Log(RegisteredCase, unittest.TestCase):
 
     def test_requests_for_one_instance_are_logged(self):
         self.succeed("get", DEVICE)
-        prefix.velkhost("get", NO_SLOT)
+        prefix.velkpci("get", NO_SLOT)
         self.assertEqual(self.lines(), [
             LOADED, "[Information] VelkWmiPci.DLL!CVelkPCIDeviceProv::GetInstanceByPath| Returning instance by path",
             UNLOADED,
@@ -224,13 +244,13 @@ class Log(RegisteredCase, unittest.TestCase):
 
     def test_failed_enumeration_is_logged(self):
         machine = wine_prefix.ROOT / "machines" / "no-smbios.json"
-        self.assertEqual(prefix.velkhost("list", "Velk_SystemPCISlot", machine=machine).code, 1)
+        self.assertEqual(prefix.velkpci("list", "Velk_SystemPCISlot", machine=machine).code, 1)
         self.assertEqual(self.lines(), [
             LOADED, "[Error] VelkWmiPci.DLL!CVelkSystemPCISlotProv::CreateInstanceEnumAsync| Cannot return instances",
             UNLOADED])
 
     def test_every_class_but_one_logs_how_many_it_returns(self):
-        dump = self.succeed("dump", "--json").json()
+        dump = wine_prefix.by_class(self.succeed("dump", "--json"))
         returned = [re.fullmatch(r"\[Information\] VelkWmiPci\.DLL!CVelk(\w+)Prov::CreateInstanceEnumAsync\| "
                                  r"Returning (\d+) instances", line) for line in self.lines()]
         # The slot locations come from a thread of their own, which is silent about it.
@@ -252,7 +272,7 @@ class Log(RegisteredCase, unittest.TestCase):
         self.configure("LogLevel", "REG_DWORD", "5")
         self.succeed("list", "Velk_PCICard")
         self.assertFalse(prefix.log.exists() and prefix.log.read_bytes())
-        prefix.velkhost("get", NO_SLOT)
+        prefix.velkpci("get", NO_SLOT)
         self.assertEqual(self.lines(),
                          ["[Error] VelkWmiPci.DLL!CVelkPCISlotProv::GetInstanceByPath| Cannot return instance by path"])
 

@@ -1,7 +1,7 @@
 """Every sample machine, as the shipped DLL publishes it: its classes enumerate, what they list can be got by its path,
 references lead to what they name, and counts are those of the machine file.
 
-A machine's classes are read by one process (velkhost dump). Where the search for slots by number runs past 65,536, the
+A machine's classes are read by one process (velkpci dump). Where the search for slots by number runs past 65,536, the
 Velk_PCISlotElementLocation look-ups take half a minute or more without optimisation: there the other classes are read
 one by one, and that class by the release build alone.
 """
@@ -21,7 +21,7 @@ import compare_dmidecode  # noqa: E402
 
 BUILD = wine_prefix.build_folder()
 SLOW_CLASS = "Velk_PCISlotElementLocation"
-NO_TABLE_MESSAGE = "velkhost: Velk_SystemPCISlot: WBEM_E_FAILED (0x80041001)\n"
+NO_TABLE_MESSAGE = "velkpci: Velk_SystemPCISlot: WBEM_E_FAILED (0x80041001)\n"
 # PCI, PCI 66 MHz, PCI-X, PCI Express: what counts as a PCI slot.
 PCI_SLOT_TYPES = {0x06, 0x0E, 0x12} | set(range(0xA5, 0xB1))
 # PCI Express 3 to 6, which count by a setting; B7h is reserved.
@@ -63,15 +63,15 @@ class MachineCase:
     def setUpClass(cls):
         if cls.searches_far:
             cls.classes = [each for each in CLASSES if each != SLOW_CLASS]
-            cls.instances = {each: cls.velkhost("list", each, "--json").json() for each in cls.classes}
+            cls.instances = {each: wine_prefix.instances_of(cls.velkpci("list", each, "--json")) for each in cls.classes}
         else:
             cls.classes = CLASSES
-            cls.dump = cls.velkhost("dump", "--json")
-            cls.instances = cls.dump.json()
+            cls.dump = cls.velkpci("dump", "--json")
+            cls.instances = wine_prefix.by_class(cls.dump)
 
     @classmethod
-    def velkhost(cls, *arguments):
-        return prefix.velkhost(*arguments, machine=cls.file)
+    def velkpci(cls, *arguments):
+        return prefix.velkpci(*arguments, machine=cls.file)
 
     def test_all_classes_enumerate(self):
         if self.searches_far:
@@ -101,7 +101,7 @@ class MachineCase:
 
     def test_slots_are_those_that_dmidecode_sees(self):
         slots = prefix.folder / "slots.json"
-        slots.write_text(json.dumps(self.instances["Velk_PCISlot"]), encoding="utf-8")
+        slots.write_text(json.dumps({"instances": self.instances["Velk_PCISlot"]}), encoding="utf-8")
         tool = ROOT / "tests" / "tools" / "compare_dmidecode.py"
         done = subprocess.run([sys.executable, "-B", tool, self.file, slots], capture_output=True, text=True)
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
@@ -111,11 +111,11 @@ class MachineCase:
         for name in self.classes:
             for instance in self.instances[name]:
                 # Of several functions that carry the same path the first one answers.
-                listed.setdefault(instance["__PATH"], instance)
+                listed.setdefault(instance["path"], instance)
         for path, found in prefix.get_all(listed, machine=self.file).items():
             self.assertIsNotNone(found, path)
             # Whether a hot-plug slot has power depends on the bridges, which another process may have read.
-            if found["__CLASS"] == "Velk_PCISlot":
+            if found["class"] == "Velk_PCISlot":
                 found["properties"].pop("PoweredOn")
                 listed[path]["properties"].pop("PoweredOn")
             self.assertEqual(found, listed[path])
@@ -127,7 +127,7 @@ class MachineCase:
                  for path in wine_prefix.references_of(each).values()}
         for path, found in prefix.get_all(sorted(paths), machine=self.file).items():
             if found is not None:
-                self.assertEqual(found["__PATH"], path)
+                self.assertEqual(found["path"], path)
                 continue
             number = re.search(r'Velk_PCI(?:Slot|Card)\.CreationClassName="\w+",Tag="PCI (?:Slot|Card) (-?\d+)"$', path)
             self.assertIsNotNone(number, path)
@@ -143,10 +143,10 @@ class FarSearchCase(MachineCase):
     def test_slots_lead_to_their_places(self):
         if not wine_prefix.is_release(BUILD):
             self.skipTest("131,074 look-ups of a name: the release build alone does them in bearable time")
-        listed = self.velkhost("list", SLOW_CLASS, "--json")
+        listed = self.velkpci("list", SLOW_CLASS, "--json", "--verbose")
         self.assertEqual(listed.code, 0)
         self.assertIn(f"still reading {SLOW_CLASS}: 0 instances", listed.errors)
-        self.instances[SLOW_CLASS] = listed.json()
+        self.instances[SLOW_CLASS] = wine_prefix.instances_of(listed)
         self.addCleanup(self.instances.pop, SLOW_CLASS)
         self.assertEqual(len(self.instances[SLOW_CLASS]), self.slot_count)
         self.check_references([SLOW_CLASS])
@@ -156,15 +156,21 @@ class NoTable(unittest.TestCase):
     MACHINE = ROOT / "machines" / "no-smbios.json"
 
     def test_chassis_slots_fail_and_the_rest_works(self):
-        failed = prefix.velkhost("list", "Velk_SystemPCISlot", "--json", machine=self.MACHINE)
-        self.assertEqual((failed.code, failed.output, failed.errors), (1, "", NO_TABLE_MESSAGE))
+        failed = prefix.velkpci("list", "Velk_SystemPCISlot", "--json", machine=self.MACHINE)
+        self.assertEqual((failed.code, failed.errors), (1, NO_TABLE_MESSAGE))
+        told = failed.json()
+        self.assertEqual(told["classes"]["Velk_SystemPCISlot"]["status"],
+                         {"code": 0x80041001, "hex": "0x80041001", "name": "WBEM_E_FAILED"})
+        self.assertEqual((told["instances"], [each["request"] for each in told["failures"]]),
+                         ([], ["Velk_SystemPCISlot"]))
         # Slots are none, which is no failure; functions and their cards do not need the table.
-        self.assertEqual(prefix.velkhost("list", "Velk_PCISlot", "--json", machine=self.MACHINE).output, "[]\n")
-        cards = prefix.velkhost("list", "Velk_PCICard", "--json", machine=self.MACHINE)
-        self.assertEqual([each["properties"]["Tag"] for each in cards.json()], ["PCI Card 3", "PCI Card 4"])
+        slots = prefix.velkpci("list", "Velk_PCISlot", "--json", machine=self.MACHINE).json()
+        self.assertEqual((slots["classes"]["Velk_PCISlot"]["count"], slots["failures"]), (0, []))
+        cards = prefix.velkpci("list", "Velk_PCICard", "--json", machine=self.MACHINE)
+        self.assertEqual([each["properties"]["Tag"] for each in cards.json()["instances"]], ["PCI Card 3", "PCI Card 4"])
 
     def test_cards_name_slots_that_nobody_publishes(self):
-        pairs = prefix.velkhost("list", "Velk_PCICardInSlot", "--json", machine=self.MACHINE).json()
+        pairs = wine_prefix.instances_of(prefix.velkpci("list", "Velk_PCICardInSlot", "--json", machine=self.MACHINE))
         ends = [wine_prefix.references_of(each) for each in pairs]
         slots = prefix.get_all([each["Antecedent"] for each in ends], machine=self.MACHINE)
         self.assertEqual((len(slots), set(slots.values())), (2, {None}))

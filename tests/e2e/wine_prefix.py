@@ -76,8 +76,8 @@ class Prefix:
     def unregister(self):
         self.wine("regsvr32", "/s", "/u", self.build / "VelkWmiPci.dll")
 
-    def velkhost(self, *arguments, machine=SERVER) -> Answer:
-        return self.start(self.build / "velkhost.exe", "--machine", machine, *arguments)
+    def velkpci(self, *arguments, machine=SERVER) -> Answer:
+        return self.start(self.build / "velkpci.exe", "--machine", machine, *arguments)
 
     def get_all(self, paths: list, machine=SERVER) -> dict:
         """The object of each path, None for what is not found; in as few processes as command lines allow."""
@@ -88,11 +88,9 @@ class Prefix:
             while pending and length < COMMAND_LINE:
                 length += len(pending[0]) + 2 * pending[0].count('"') + pending[0].count("\\")
                 chunk.append(pending.pop(0))
-            answer = self.velkhost("get", *chunk, "--json", machine=machine)
-            if len(chunk) > 1:
-                objects.update(zip(chunk, answer.json()))
-            else:
-                objects[chunk[0]] = answer.json() if answer.output else None
+            answer = self.velkpci("get", *chunk, "--json", machine=machine)
+            document = answer.json()
+            objects.update(zip(chunk, map(document_types(document), document["instances"])))
         return objects
 
 
@@ -102,6 +100,25 @@ def build_folder() -> pathlib.Path:
 
 def is_release(build: pathlib.Path) -> bool:
     return "\nCMAKE_BUILD_TYPE:STRING=Release\n" in (build / "CMakeCache.txt").read_text(encoding="utf-8")
+
+
+def document_types(document: dict):
+    """What puts the class's types beside an instance of a JSON document."""
+    return lambda instance: instance and {**instance, "types": document["classes"][instance["class"]]["types"]}
+
+
+def instances_of(answer: Answer) -> list:
+    """The instances of a JSON document, each with its class's types."""
+    document = answer.json()
+    return list(map(document_types(document), document["instances"]))
+
+
+def by_class(answer: Answer) -> dict:
+    """The same by class, with an empty list for a class without any."""
+    found = {name: [] for name, told in answer.json()["classes"].items() if "status" in told}
+    for instance in instances_of(answer):
+        found[instance["class"]].append(instance)
+    return found
 
 
 def references_of(instance: dict) -> dict:

@@ -208,7 +208,7 @@ class Package(unittest.TestCase):
 
     def test_provider_works_from_where_it_is_installed(self):
         self.install(self.package)
-        listed = wine(BUILD / "velkhost.exe", "--machine", ROOT / "machines/two-socket-rack-server.json", "list",
+        listed = wine(BUILD / "velkpci.exe", "--machine", ROOT / "machines/two-socket-rack-server.json", "list",
                       "Velk_PCIDevice").stdout
         self.assertIn(b"BUS(0)DEV(4)FN(0)", listed)
         log = (LOGS / "VelkWBEMServer.log").read_bytes().decode("utf-16-le")

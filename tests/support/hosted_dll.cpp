@@ -6,7 +6,7 @@
 
 #include "common/bstr.h"
 #include "common/variant.h"
-#include "host/cli/session.h"
+#include "host/machine/machine_repository.h"
 #include "support/child_process.h"
 #include "support/project_folder.h"
 #include "support/recording_sink.h"
@@ -73,7 +73,7 @@ Answer Get(IWbemServices& provider, const std::wstring& path) {
 ProviderHost::ProviderHost(const velkhost::Machine& machine) {
     const std::filesystem::path mof = ProjectFolder() / "mof";
     velkhost::Repository repository =
-        velkhost::cli::BuildRepository({mof / "VelkWmiPci.mof", mof / "standalone.mof"}, &machine);
+        velkhost::BuildRepository({mof / "VelkWmiPci.mof", mof / "standalone.mof"}, &machine);
     for (const std::wstring& name : repository.ClassNames(kNamespace)) {
         if (const auto clsid = repository.ProviderClsid(kNamespace, name)) classes_.push_back({name, *clsid});
     }

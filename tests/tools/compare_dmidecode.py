@@ -3,7 +3,7 @@
 
     compare_dmidecode.py MACHINE.json SLOTS.json
 
-MACHINE.json is a machine file, SLOTS.json what `velkhost list Velk_PCISlot --json` printed for it ("-" = standard
+MACHINE.json is a machine file, SLOTS.json what `velkpci list Velk_PCISlot --json` printed for it ("-" = standard
 input). Exit status: 0 when both tell the same slots (number, type, width, hot-plug, order), 1 when they differ or
 dmidecode is not installed.
 """
@@ -147,7 +147,7 @@ def main(arguments):
         machine = json.load(file)
     table, version = table_of(machine)
     with sys.stdin if arguments[1] == "-" else open(arguments[1], encoding="utf-8") as file:
-        ours = listed(json.load(file))
+        ours = listed(json.load(file)["instances"])
     theirs = expected(read_slots(table, version), modern_types_of(machine)) if table else []
     if ours == theirs:
         print("%d slots agree" % len(ours))

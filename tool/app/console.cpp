@@ -1,0 +1,98 @@
+#include "tool/app/console.h"
+
+#include <fcntl.h>
+#include <io.h>
+
+#include <cstdio>
+#include <iostream>
+
+#include "host/utf8.h"
+#include "tool/app/exit_codes.h"
+
+namespace velkpci {
+namespace {
+
+BOOL WINAPI OnControl(DWORD event) {
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) return FALSE;
+    // Not ExitProcess: it would unload the provider under a thread that is still inside it.
+    ::TerminateProcess(::GetCurrentProcess(), kCancelled);
+    return TRUE;
+}
+
+/// Turns a console's echo off for as long as it lives.
+class EchoOff {
+  public:
+    explicit EchoOff(HANDLE input) : input_(input) {
+        ::GetConsoleMode(input_, &mode_);
+        ::SetConsoleMode(input_, mode_ & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+    }
+    ~EchoOff() { ::SetConsoleMode(input_, mode_); }
+    EchoOff(const EchoOff&) = delete;
+    EchoOff& operator=(const EchoOff&) = delete;
+
+  private:
+    const HANDLE input_;
+    DWORD mode_ = 0;
+};
+
+std::wstring ReadConsoleLine(HANDLE input) {
+    const EchoOff echoOff(input);
+    std::wstring line(1024, L'\0');
+    DWORD read = 0;
+    if (!::ReadConsoleW(input, line.data(), static_cast<DWORD>(line.size()), &read, nullptr)) read = 0;
+    line.resize(read);
+    return line.substr(0, line.find_first_of(L"\r\n"));
+}
+
+}  // namespace
+
+Console::Console() : codePage_(::GetConsoleOutputCP()) {
+    ::SetConsoleOutputCP(CP_UTF8);
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+}
+
+Console::~Console() {
+    std::fflush(stdout);
+    if (codePage_ != 0) ::SetConsoleOutputCP(codePage_);
+}
+
+void Console::Print(const std::string& text) const { std::fwrite(text.data(), 1, text.size(), stdout); }
+
+void Console::PrintError(const std::string& text) const {
+    std::fflush(stdout);
+    std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fflush(stderr);
+}
+
+void Console::Complain(const std::string& text) const { PrintError("velkpci: " + text + "\n"); }
+
+bool Console::IsWatched() const {
+    DWORD mode = 0;
+    return ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != FALSE;
+}
+
+std::size_t Console::Width() const {
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (!::GetConsoleScreenBufferInfo(::GetStdHandle(STD_OUTPUT_HANDLE), &info)) return 0;
+    return static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1);
+}
+
+void EndAtControlC() { ::SetConsoleCtrlHandler(&OnControl, TRUE); }
+
+std::wstring ReadPassword(const Console& console, const std::string& user) {
+    const HANDLE input = ::GetStdHandle(STD_INPUT_HANDLE);
+    DWORD mode = 0;
+    if (::GetConsoleMode(input, &mode)) {
+        console.PrintError("Password of " + user + ": ");
+        std::wstring password = ReadConsoleLine(input);
+        console.PrintError("\n");
+        return password;
+    }
+    std::string line;
+    std::getline(std::cin, line);
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    return velkhost::WideFromUtf8(line);
+}
+
+}  // namespace velkpci

@@ -1,0 +1,99 @@
+#include "host/utf8.h"
+#include "tool/app/errors.h"
+#include "tool/commands/commands.h"
+#include "tool/view/csv_view.h"
+#include "tool/view/json_view.h"
+#include "tool/view/table.h"
+
+namespace velkpci {
+namespace {
+
+using velkhost::Utf8FromWide;
+
+std::string ProviderOf(const ClassDef& definition) {
+    const auto* qualifier = FindQualifier(definition.qualifiers, L"Provider");
+    const auto* name = qualifier == nullptr ? nullptr : qualifier->value.As<std::wstring>();
+    return name == nullptr ? std::string() : Utf8FromWide(*name);
+}
+
+std::string SuperclassOf(const ClassDef& definition) {
+    return definition.derivation.empty() ? std::string() : Utf8FromWide(definition.derivation.front());
+}
+
+std::string KeysOf(const ClassDef& definition) {
+    std::string keys;
+    for (const PropertyDef& property : definition.properties) {
+        if (property.isKey) keys += (keys.empty() ? "" : ", ") + Utf8FromWide(property.name);
+    }
+    return keys;
+}
+
+Json RowToJson(const ClassDef& definition) {
+    Json row = {{"class", Utf8FromWide(definition.name)}};
+    row["provider"] = TextOrNull(ProviderOf(definition));
+    row.update(ClassToJson(definition));
+    return row;
+}
+
+std::string FormatClasses(const std::vector<ClassPtr>& classes, const SourceInfo& source, Format format) {
+    std::string out;
+    Json document = BeginDocument("classes", source);
+    document["classes"] = Json::array();
+    std::vector<std::vector<std::string>> rows = {{"CLASS", "SUPERCLASS", "PROVIDER", "KEYS"}};
+    std::vector<std::vector<std::optional<std::string>>> csv = {{"class", "superclass", "provider", "keys"}};
+    for (const ClassPtr& each : classes) {
+        const std::string name = Utf8FromWide(each->name), super = SuperclassOf(*each),
+                          provider = ProviderOf(*each), keys = KeysOf(*each);
+        rows.push_back({name, super.empty() ? "-" : super, provider.empty() ? "-" : provider, keys});
+        csv.push_back({name, super.empty() ? std::nullopt : std::optional(super),
+                       provider.empty() ? std::nullopt : std::optional(provider), keys});
+        Json row = RowToJson(*each);
+        if (format == Format::kNdjson) {
+            Json line = {{"line", "class"}};
+            line.update(row);
+            out += line.dump() + "\n";
+        }
+        document["classes"].push_back(std::move(row));
+    }
+    switch (format) {
+        case Format::kJson:
+            return PrintJson(document);
+        case Format::kCsv:
+            return FormatCsv(csv);
+        case Format::kNdjson:
+            return out;
+        case Format::kText:
+            break;
+    }
+    return FormatTable(rows);
+}
+
+class ClassesCommand final : public Command {
+  public:
+    int Run(Context& context) override {
+        WmiReader& reader = context.Reader();
+        const bool all = context.Options().output.all;
+        std::vector<std::wstring> names;
+        const HRESULT listed = reader.ClassNames(names, all);
+        if (FAILED(listed)) throw WmiError("the classes of " + reader.From().Info().nameSpace, listed);
+        std::vector<ClassPtr> classes;
+        std::vector<Failure> failures;
+        for (const std::wstring& name : names) {
+            ClassPtr definition;
+            const HRESULT result = reader.Definition(name, definition);
+            if (FAILED(result)) {
+                failures.push_back(context.Explain(Utf8FromWide(name), result));
+            } else if (all || reader.HasInstances(*definition)) {
+                classes.push_back(std::move(definition));
+            }
+        }
+        context.Out().Print(FormatClasses(classes, reader.From().Info(), context.Options().output.format));
+        return context.Finish(failures);
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeClassesCommand() { return std::make_unique<ClassesCommand>(); }
+
+}  // namespace velkpci

@@ -1,0 +1,52 @@
+#include "tool/commands/commands.h"
+
+namespace velkpci {
+namespace {
+
+constexpr const char* kTreeExamples =
+    "  velkpci tree\n"
+    "  velkpci --machine machines/two-socket-rack-server.json tree --json\n";
+constexpr const char* kListExamples =
+    "  velkpci list Velk_PCISlot\n"
+    "  velkpci list Velk_PCIDevice --columns DeviceID,Description\n"
+    "  velkpci list Velk_PCICard --csv\n";
+constexpr const char* kQueryExamples =
+    "  velkpci query \"SELECT * FROM Velk_PCISlot WHERE SupportsHotPlug = TRUE\"\n"
+    "  velkpci query \"SELECT DeviceID, Description FROM Velk_PCIDevice WHERE BusNumber = 0\" --ndjson\n";
+constexpr const char* kGetExamples =
+    "  velkpci get \"Velk_PCICard.CreationClassName='Velk_PCICard',Tag='PCI Card 2'\"\n"
+    "  velkpci get Velk_PCISlot\n";
+constexpr const char* kAssociatorsExamples =
+    "  velkpci associators \"Velk_PCICard.CreationClassName='Velk_PCICard',Tag='PCI Card 2'\"\n";
+constexpr const char* kReferencesExamples =
+    "  velkpci references \"Velk_PCICard.CreationClassName='Velk_PCICard',Tag='PCI Card 2'\" --json\n";
+constexpr const char* kClassesExamples =
+    "  velkpci classes\n"
+    "  velkpci classes --all --json\n";
+constexpr const char* kDumpExamples =
+    "  velkpci dump\n"
+    "  velkpci dump --json > inventory.json\n";
+
+constexpr unsigned kEverything = kJson | kNdjson | kCsv | kColumns;
+constexpr unsigned kOfSeveralClasses = kJson | kNdjson | kColumns;
+
+// A new command: a row here, its maker in commands.h, a file beside this one.
+const CommandRow kCommands[] = {
+    {"tree", "Print the machine as one tree", kTreeExamples, kJson, &MakeTreeCommand},
+    {"list", "List the instances of a class", kListExamples, kEverything, &MakeListCommand},
+    {"query", "List what a WQL query finds", kQueryExamples, kEverything, &MakeQueryCommand},
+    {"get", "Get instances, or classes, by their paths", kGetExamples, kOfSeveralClasses, &MakeGetCommand},
+    {"associators", "List the instances that associations link with an instance", kAssociatorsExamples,
+     kOfSeveralClasses, &MakeAssociatorsCommand},
+    {"references", "List the associations that refer to an instance", kReferencesExamples, kOfSeveralClasses,
+     &MakeReferencesCommand},
+    {"classes", "List the classes that have instances", kClassesExamples, kJson | kNdjson | kCsv,
+     &MakeClassesCommand},
+    {"dump", "List the instances of every class", kDumpExamples, kOfSeveralClasses, &MakeDumpCommand},
+};
+
+}  // namespace
+
+std::span<const CommandRow> CommandTable() { return kCommands; }
+
+}  // namespace velkpci

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "tool/app/command.h"
+
+namespace velkpci {
+
+// The makers of the commands, each in the file of its name; command_table.cpp has their rows.
+std::unique_ptr<Command> MakeAssociatorsCommand();
+std::unique_ptr<Command> MakeClassesCommand();
+std::unique_ptr<Command> MakeDumpCommand();
+std::unique_ptr<Command> MakeGetCommand();
+std::unique_ptr<Command> MakeListCommand();
+std::unique_ptr<Command> MakeQueryCommand();
+std::unique_ptr<Command> MakeReferencesCommand();
+std::unique_ptr<Command> MakeTreeCommand();
+
+}  // namespace velkpci
