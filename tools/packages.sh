@@ -10,7 +10,8 @@
         /usr/include/nlohmann/json.hpp:nlohmann-json3-dev /usr/include/CLI/CLI.hpp:libcli11-dev
         wine64|/usr/lib/wine/wine64|wine:wine64'
     needs_to_package='wixl:wixl msibuild:msitools'
-    needs_to_test='/usr/src/googletest/CMakeLists.txt:googletest dmidecode:dmidecode'
+    needs_to_test='/usr/src/googletest/CMakeLists.txt:googletest dmidecode:dmidecode
+        /usr/lib/python3/dist-packages/jsonschema/__init__.py:python3-jsonschema'
     needs_to_fuzz='cmake:cmake ninja:ninja-build python3:python3 clang++:clang'
 }
 

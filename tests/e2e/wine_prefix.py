@@ -52,11 +52,14 @@ class Prefix:
         self.folder.mkdir()
         self.wine("cmd", "/c", "exit")
 
-    def remove(self):
+    def end_server(self):
         """Ends the prefix's own server, and with it all that runs there."""
         found = (shutil.which(each) for each in ("wineserver64", "/usr/lib/wine/wineserver64", "wineserver"))
         server = next(filter(None, found))
         subprocess.run([server, "-k"], env={**os.environ, "WINEPREFIX": str(self.folder / "wineprefix")}, timeout=60)
+
+    def remove(self):
+        self.end_server()
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def start(self, *arguments) -> Answer:

@@ -110,6 +110,9 @@ TEST_F(ProgramTest, TheExitCodeTellsWhetherWmiAnsweredAFailure) {
     EXPECT_EQ(Run({"list", "Velk_PCISlt"}), 1);
     EXPECT_EQ(console_.errors,
               "velkpci: Velk_PCISlt: WBEM_E_INVALID_CLASS (0x80041010): did you mean Velk_PCISlot?\n");
+    EXPECT_EQ(Run({"query", "SELECT * FROM Velk_PCISlt"}), 1);
+    EXPECT_THAT(console_.errors, testing::EndsWith(": did you mean Velk_PCISlot?\n"));
+    EXPECT_EQ(Run({"list", card}), 1) << "the path of an instance is no class";
     EXPECT_EQ(Run({"query", "SELECT Tag FROM Velk_PCISlot"}), 0);
     EXPECT_EQ(Run({"query", "nonsense"}), 1);
     EXPECT_EQ(Run({"list", "Velk_PCISlot", "--columns", "Nothing"}), 2);

@@ -1,3 +1,5 @@
+#include <sstream>
+
 #include "host/com/wbem_codes.h"
 #include "host/utf8.h"
 #include "tool/app/command.h"
@@ -7,8 +9,15 @@
 namespace velkpci {
 namespace {
 
-/// The class that a request names: itself, or the class of a path.
-std::string ClassOf(const std::string& request) { return request.substr(0, request.find('.')); }
+/// The class that a request names: itself, the class of a path, or what a query selects from.
+std::string ClassOf(const std::string& request) {
+    std::istringstream words(request);
+    for (std::string word; words >> word;) {
+        const bool isFrom = velkhost::SameName(velkhost::WideFromUtf8(word), L"from");
+        if (isFrom && words >> word) return word;
+    }
+    return request.substr(0, request.find('.'));
+}
 
 }  // namespace
 

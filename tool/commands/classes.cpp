@@ -35,8 +35,18 @@ Json RowToJson(const ClassDef& definition) {
     return row;
 }
 
-std::string FormatClasses(const std::vector<ClassPtr>& classes, const SourceInfo& source, Format format) {
-    std::string out;
+/// A line for the document, each class and each failure.
+std::string FormatLines(const SourceInfo& source, const Json& document) {
+    Json head = BeginDocument("lines", source);
+    head["command"] = "classes";
+    std::string out = PrintJsonLine("document", head);
+    for (const Json& row : document["classes"]) out += PrintJsonLine("class", row);
+    for (const Json& failure : document["failures"]) out += PrintJsonLine("failure", failure);
+    return out;
+}
+
+std::string FormatClasses(const std::vector<ClassPtr>& classes, const std::vector<Failure>& failures,
+                          const SourceInfo& source, Format format) {
     Json document = BeginDocument("classes", source);
     document["classes"] = Json::array();
     std::vector<std::vector<std::string>> rows = {{"CLASS", "SUPERCLASS", "PROVIDER", "KEYS"}};
@@ -47,21 +57,16 @@ std::string FormatClasses(const std::vector<ClassPtr>& classes, const SourceInfo
         rows.push_back({name, super.empty() ? "-" : super, provider.empty() ? "-" : provider, keys});
         csv.push_back({name, super.empty() ? std::nullopt : std::optional(super),
                        provider.empty() ? std::nullopt : std::optional(provider), keys});
-        Json row = RowToJson(*each);
-        if (format == Format::kNdjson) {
-            Json line = {{"line", "class"}};
-            line.update(row);
-            out += line.dump() + "\n";
-        }
-        document["classes"].push_back(std::move(row));
+        document["classes"].push_back(RowToJson(*each));
     }
+    document["failures"] = FailuresToJson(failures);
     switch (format) {
         case Format::kJson:
             return PrintJson(document);
         case Format::kCsv:
             return FormatCsv(csv);
         case Format::kNdjson:
-            return out;
+            return FormatLines(source, document);
         case Format::kText:
             break;
     }
@@ -87,7 +92,8 @@ class ClassesCommand final : public Command {
                 classes.push_back(std::move(definition));
             }
         }
-        context.Out().Print(FormatClasses(classes, reader.From().Info(), context.Options().output.format));
+        context.Out().Print(
+            FormatClasses(classes, failures, reader.From().Info(), context.Options().output.format));
         return context.Finish(failures);
     }
 };

@@ -147,6 +147,8 @@ HRESULT ObjectReader::Definition(const std::wstring& className, ClassPtr& out) {
     const HRESULT result =
         services_.GetObject(path.Get(), WBEM_FLAG_USE_AMENDED_QUALIFIERS, nullptr, object.Put(), nullptr);
     if (FAILED(result)) return result;
+    // The path of an instance is no class.
+    if (!IsClass(*object)) return static_cast<HRESULT>(WBEM_E_INVALID_CLASS);
     auto definition = std::make_shared<ClassDef>();
     const HRESULT read = ReadDefinition(*object, *definition);
     if (SUCCEEDED(read)) out = definitions_[key] = std::move(definition);

@@ -90,7 +90,8 @@ std::string FormatAsCsv(const Findings& findings, const std::vector<std::wstring
         for (const InstancePtr& instance : data.instances) {
             std::vector<Field> row;
             if (columns.empty())
-                row = {Utf8FromWide(instance->definition->name), Utf8FromWide(instance->path)};
+                row = {Utf8FromWide(instance->definition->name),
+                       instance->path.empty() ? std::nullopt : Field(Utf8FromWide(instance->path))};
             for (const PropertyDef* property : properties) {
                 const Value* value = instance->Find(property->name);
                 row.push_back(value == nullptr ? std::nullopt : Plain(*value));

@@ -83,6 +83,12 @@ std::string PrintJson(const Json& json) {
     return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
+std::string PrintJsonLine(const char* kind, const Json& members) {
+    Json line = {{"line", kind}};
+    line.update(members);
+    return line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
 Json StatusToJson(HRESULT status) {
     return {{"code", static_cast<std::uint32_t>(status)},
             {"hex", FormatStatusNumber(status)},
@@ -155,27 +161,22 @@ std::string FormatAsJson(const Findings& findings, const std::vector<std::wstrin
 
 std::string FormatAsNdjson(const Findings& findings, const std::vector<std::wstring>& columns) {
     std::string out;
-    const auto print = [&](const char* kind, const Json& members) {
-        Json line = {{"line", kind}};
-        line.update(members);
-        out += line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
-    };
     Json head = BeginDocument("lines", findings.source);
     head["command"] = findings.command;
-    print("document", head);
+    out += PrintJsonLine("document", head);
     Json classes = Json::object();
     for (const Section& section : findings.sections) AddClasses(section, classes);
     for (const auto& [name, members] : classes.items()) {
         Json line = {{"class", name}};
         line.update(members);
-        print("class", line);
+        out += PrintJsonLine("class", line);
     }
     for (const Section& section : findings.sections) {
         for (const InstancePtr& instance : section.data.instances) {
-            if (instance) print("instance", InstanceToJson(*instance, columns));
+            if (instance) out += PrintJsonLine("instance", InstanceToJson(*instance, columns));
         }
     }
-    for (const Json& failure : FailuresToJson(findings.failures)) print("failure", failure);
+    for (const Json& failure : FailuresToJson(findings.failures)) out += PrintJsonLine("failure", failure);
     return out;
 }
 

@@ -19,6 +19,8 @@ inline constexpr int kJsonVersion = 1;
 Json BeginDocument(const std::string& kind, const SourceInfo& source);
 /// As a document is printed.
 std::string PrintJson(const Json& json);
+/// A line of NDJSON: {"line": kind} and the members.
+std::string PrintJsonLine(const char* kind, const Json& members);
 
 /// {"code", "hex", "name"}.
 Json StatusToJson(HRESULT status);

@@ -69,14 +69,20 @@ std::string Transpose(const std::vector<Column>& columns) {
     return FormatTable(rows);
 }
 
+/// What a person looks for first in the classes of this provider.
+constexpr const wchar_t* kTelling[] = {L"VendorID", L"PCIDeviceID", L"BridgeType", L"Description"};
+
 /// The class's properties in the order in which they earn their place: keys first.
 std::vector<const PropertyDef*> Candidates(const ClassDef& definition) {
     std::vector<const PropertyDef*> out;
-    for (const bool isKey : {true, false}) {
-        for (const PropertyDef& property : definition.properties) {
-            if (property.isKey == isKey) out.push_back(&property);
-        }
+    const auto add = [&](const PropertyDef* property) {
+        if (property != nullptr && std::ranges::find(out, property) == out.end()) out.push_back(property);
+    };
+    for (const PropertyDef& property : definition.properties) {
+        if (property.isKey) add(&property);
     }
+    for (const wchar_t* name : kTelling) add(definition.Find(name));
+    for (const PropertyDef& property : definition.properties) add(&property);
     return out;
 }
 
