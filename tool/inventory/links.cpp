@@ -3,15 +3,10 @@
 #include <algorithm>
 
 #include "tool/inventory/names.h"
+#include "tool/inventory/qualifiers.h"
 
 namespace velkpci {
 namespace {
-
-bool IsAssociation(const ClassDef& definition) {
-    const auto* qualifier = FindQualifier(definition.qualifiers, L"Association");
-    const bool* truth = qualifier == nullptr ? nullptr : qualifier->value.As<bool>();
-    return truth != nullptr && *truth;
-}
 
 Reference MakeReference(const InstancePtr& association) {
     Reference reference{association, {}};
@@ -40,7 +35,8 @@ std::vector<Reference> ReferencesOf(WmiReader& reader, const std::wstring& ident
     for (const std::wstring& name : names) {
         ClassPtr definition;
         const HRESULT known = reader.Definition(name, definition);
-        if (FAILED(known) || !IsAssociation(*definition) || !reader.HasInstances(*definition)) continue;
+        if (FAILED(known) || !IsMarked(*definition, L"Association") || !reader.HasInstances(*definition))
+            continue;
         const ClassData data = reader.Enumerate(name);
         if (FAILED(data.status)) failed.push_back({name, data.status});
         for (const InstancePtr& association : data.instances) {

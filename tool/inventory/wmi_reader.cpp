@@ -8,6 +8,7 @@
 #include "common/wbem_status.h"
 #include "host/com/wbem_codes.h"
 #include "host/utf8.h"
+#include "tool/inventory/qualifiers.h"
 
 namespace velkpci {
 namespace {
@@ -42,11 +43,6 @@ class Progress {
     const Clock::time_point start_ = Clock::now();
     Clock::duration next_ = std::chrono::seconds(2);
 };
-
-bool IsTrue(const velkhost::QualifierDef* qualifier) {
-    const bool* truth = qualifier == nullptr ? nullptr : qualifier->value.As<bool>();
-    return truth != nullptr && *truth;
-}
 
 }  // namespace
 
@@ -144,7 +140,7 @@ HRESULT WmiReader::ClassNames(std::vector<std::wstring>& out, bool withSystemCla
 
 bool WmiReader::HasInstances(const ClassDef& definition) {
     if (FindQualifier(definition.qualifiers, L"Provider") != nullptr) return true;
-    if (IsTrue(FindQualifier(definition.qualifiers, L"Abstract"))) return false;
+    if (IsMarked(definition, L"Abstract")) return false;
     const velk::Bstr name(definition.name);
     velk::ComPtr<IEnumWbemClassObject> enumerator;
     const HRESULT result = source_.Services().CreateInstanceEnum(name.Get(), WBEM_FLAG_SHALLOW | kAtOnce,

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/utf8.h"
+#include "tool/inventory/qualifiers.h"
 #include "tool/inventory/status_names.h"
 #include "tool/view/object_view.h"
 
@@ -37,12 +38,6 @@ Json NamesToJson(const PropertyDef& property, const Value& value) {
     const bool hasAny =
         std::any_of(names.begin(), names.end(), [](const Json& each) { return !each.is_null(); });
     return hasAny ? names : Json();
-}
-
-bool IsAssociation(const ClassDef& definition) {
-    const auto* qualifier = FindQualifier(definition.qualifiers, L"Association");
-    const bool* truth = qualifier == nullptr ? nullptr : qualifier->value.As<bool>();
-    return truth != nullptr && *truth;
 }
 
 /// The classes of a section: the one that was asked for, with its status, and those of its instances.
@@ -115,7 +110,7 @@ Json ClassToJson(const ClassDef& definition) {
     }
     return {{"superclass",
              definition.derivation.empty() ? Json() : Json(Utf8FromWide(definition.derivation.front()))},
-            {"association", IsAssociation(definition)},
+            {"association", IsMarked(definition, L"Association")},
             {"keys", std::move(keys)},
             {"types", std::move(types)}};
 }
