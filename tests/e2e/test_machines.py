@@ -193,9 +193,9 @@ class ModernServer(unittest.TestCase):
         return file
 
     def slots(self, settings) -> list:
-        listed = prefix.velkhost("list", "Velk_PCISlot", "--json", machine=self.file_with(settings))
+        listed = prefix.velkpci("list", "Velk_PCISlot", "--json", machine=self.file_with(settings))
         self.assertEqual((listed.code, listed.errors), (0, ""))
-        return [each["properties"]["Number"] for each in listed.json()]
+        return [each["properties"]["Number"] for each in listed.json()["instances"]]
 
     def test_without_the_setting_there_is_no_slot(self):
         for settings in (None, {}, {"ModernSlotTypes": 0}, {"ModernSlotTypes": "1"}):

@@ -264,8 +264,8 @@ class Package(unittest.TestCase):
         file.write_text(json.dumps(machine), "utf-8")
 
         def slots():
-            listed = wine(BUILD / "velkhost.exe", "--machine", file, "list", "Velk_PCISlot", "--json").stdout
-            return [each["properties"]["Number"] for each in json.loads(listed)]
+            listed = wine(BUILD / "velkpci.exe", "--machine", file, "list", "Velk_PCISlot", "--json").stdout
+            return [each["properties"]["Number"] for each in json.loads(listed)["instances"]]
 
         self.install(self.older)
         self.assertEqual(slots(), [])
