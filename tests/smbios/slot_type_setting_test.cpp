@@ -88,7 +88,7 @@ TEST_F(SlotReadingTest, AChangeCountsFromTheNextReadingOnWithoutAnotherLoad) {
 
     registry.SetDword(kCommonLogKey, kName, 1);
     EXPECT_EQ(table.CountPciSlots(), 2u);
-    const SystemSlots slots = table.ReadSlots();
+    const SystemSlots slots = table.ReadSlots().value();
     ASSERT_EQ(slots.structures.size(), 4u);
     EXPECT_EQ(slots.structures[1].kind, SlotKind::kPciExpress);
     EXPECT_EQ(slots.structures[2].kind, SlotKind::kOther);
