@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <random>
 
-#include "common/wbem_status.h"
 #include "support/hosted_dll.h"
 #include "support/long_run.h"
 #include "support/project_folder.h"
@@ -205,8 +204,7 @@ TEST_F(HostileDevices, PropertiesWithBytesChangedAtRandomCostTheirDeviceAtMost) 
 
 class HostileTables : public HostileMachines {
   protected:
-    /// All classes answer on a machine with this table: with instances or, those that need the table, with a
-    /// failure.
+    /// All classes answer on a machine with this table, none with a failure: however odd, it is a table.
     void ExpectAnswers(const Bytes& table, DllMemory memory = DllMemory::kGuarded) {
         velkhost::Machine machine = machine_;
         machine.smbios->table = table;
@@ -219,7 +217,7 @@ class HostileTables : public HostileMachines {
             const auto provider = dll.MakeProvider(served);
             const Answer answer = Enumerate(*provider);
             ASSERT_EQ(answer.statuses.size(), 1U);
-            EXPECT_THAT(answer.statuses[0], testing::AnyOf(S_OK, velk::kWbemFailed));
+            EXPECT_EQ(answer.statuses[0], S_OK);
             if (answer.paths.empty()) continue;
             EXPECT_EQ(Get(*provider, answer.paths.front()).texts.size(), 1U);
             EXPECT_EQ(Get(*provider, answer.paths.back()).texts.size(), 1U);

@@ -24,6 +24,7 @@ Totals totals;
 /// Prints the totals when all tests are over.
 class PrintTotals : public testing::Environment {
     void TearDown() override {
+        if (totals.runs == 0) return;
         std::printf("In total: %zu runs, %zu calls failed, %zu of them allocations\n", totals.runs,
                     totals.faults, totals.allocations);
     }
