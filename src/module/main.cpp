@@ -1,6 +1,7 @@
 // The DLL's exports and nothing else.
 
 #include "common/platform.h"
+#include "common/runtime_tls_index.h"
 #include "module/module.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
@@ -13,6 +14,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
             if (reserved != nullptr) return TRUE;
             velk::UnloadModule();
             velk::FreeRuntimeMemory();
+            velk::FreeRuntimeTlsIndex();
             return TRUE;
         default:
             return TRUE;

@@ -114,14 +114,21 @@ struct FreeLibraryAndExitThreadImport {
     }
 };
 
-/// GCC's thread library takes a TLS index at the first exception and never frees it. The process has 1,088 of
-/// them, and a test loads the module more often than that.
+/// The TLS index that GCC's thread library takes at the first exception. The module frees it at its unload, and
+/// the library does not know: where the module's own unload code is called by hand and the image stays, it is
+/// kept until the image has gone.
 std::vector<DWORD> tlsIndexes;
 
 struct TlsAllocImport {
     static inline decltype(&::TlsAlloc) original = nullptr;
 
     static DWORD WINAPI Call() { return tlsIndexes.emplace_back(original()); }
+};
+
+struct TlsFreeImport {
+    static inline decltype(&::TlsFree) original = nullptr;
+
+    static BOOL WINAPI Call(DWORD) { return TRUE; }
 };
 
 /// Says what was going on before the process dies.
@@ -256,6 +263,7 @@ std::vector<Row> Table() {
         Answers<"UnRegisterTypeLib", decltype(::UnRegisterTypeLib), kInjected>(),
         Answers<"QueryPathOfRegTypeLib", decltype(::QueryPathOfRegTypeLib), kInjected, Fills<kText, 4>>(),
         Special<TlsAllocImport>("TlsAlloc"),
+        Special<TlsFreeImport>("TlsFree"),
         Special<AbortImport>("abort"),
     };
 }

@@ -31,7 +31,7 @@ class ImportFaults {
     /// the same calls in the same order.
     void RunThreads();
 
-    /// Frees what the compiler's thread library does not. To be called once the module is unloaded.
+    /// Frees the TLS indexes that were kept for the module's image. To be called once it is unloaded.
     static void FreeTlsIndexes();
 
   private:

@@ -6,7 +6,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <limits>
-#include <utility>
 
 namespace velktest {
 
@@ -84,16 +83,9 @@ SAFEARRAY* WINAPI LimitedSafeArrayCreate(VARTYPE type, UINT dimensions, SAFEARRA
     return MayHave(bounds->cElements * sizeof(void*)) ? safeArrayBelow(type, dimensions, bounds) : nullptr;
 }
 
-/// GCC's thread library takes a TLS index at the first exception and never frees it; the process has 1,088.
-std::vector<DWORD> tlsIndexes;
-decltype(&::TlsAlloc) tlsAllocBelow = nullptr;
-DWORD WINAPI NotedTlsAlloc() { return tlsIndexes.emplace_back(tlsAllocBelow()); }
-
 }  // namespace
 
 MemoryLimit::MemoryLimit(HMODULE module) {
-    // Of the module that was loaded before, and is not any more.
-    for (const DWORD index : std::exchange(tlsIndexes, {})) ::TlsFree(index);
     const auto redirect = [&]<class Function>(const char* name, Function standIn, Function& below) {
         redirects_.emplace_back(module, name, reinterpret_cast<void*>(standIn));
         below = redirects_.back().Original<Function>();
@@ -106,7 +98,6 @@ MemoryLimit::MemoryLimit(HMODULE module) {
     redirect("HeapFree", &CountedHeapFree, heapFreeBelow);
     redirect("SysAllocStringLen", &LimitedSysAllocStringLen, sysAllocBelow);
     redirect("SafeArrayCreate", &LimitedSafeArrayCreate, safeArrayBelow);
-    redirect("TlsAlloc", &NotedTlsAlloc, tlsAllocBelow);
     redirect("SysFreeString", &CountedSysFreeString, sysFreeBelow);
 }
 
