@@ -6,7 +6,7 @@
 
 namespace {
 
-std::atomic<DWORD> takenIndex = TLS_OUT_OF_INDEXES;
+constinit std::atomic<DWORD> takenIndex = TLS_OUT_OF_INDEXES;
 
 }  // namespace
 

@@ -114,9 +114,9 @@ struct FreeLibraryAndExitThreadImport {
     }
 };
 
-/// The TLS index that GCC's thread library takes at the first exception. The module frees it at its unload, and
-/// the library does not know: where the module's own unload code is called by hand and the image stays, it is
-/// kept until the image has gone.
+/// The TLS index that GCC's thread library takes at the first exception. The module frees it at its unload,
+/// and the library does not know: where the module's own unload code is called by hand and the image stays,
+/// it is kept until the image has gone.
 std::vector<DWORD> tlsIndexes;
 
 struct TlsAllocImport {
