@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <string_view>
 #include <thread>
 
 #include "memory_limit.h"
@@ -48,7 +49,11 @@ class MemoryFaults : public testing::TestWithParam<const wchar_t*> {
         std::printf("%d runs, %zu allocations refused, %zu of them by malloc\n", runs, total.all,
                     total.byMalloc);
         EXPECT_GT(total.byMalloc, 0U);
-        EXPECT_GT(total.all, total.byMalloc) << "what the module takes from the platform";
+        // What is taken from the platform: 8 KB for the computer's name, which no sweep steps over. The slot
+        // locations take a few bytes for each text, which a short one may.
+        if (velktest::IsLongRun() || std::wstring_view(GetParam()) != L"Velk_PCISlotLocation") {
+            EXPECT_GT(total.all, total.byMalloc) << "what the module takes from the platform";
+        }
     }
 
   private:
