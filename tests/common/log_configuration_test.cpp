@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "support/registry_fixture.h"
 #include "support/stand_ins.h"
 
@@ -196,6 +198,29 @@ TEST_F(LogConfigurationTest, SizeDoesNotDependOnTheLevelBeingValid) {
     Set(L"LogMaxSize", 700000);
     Set(kBaseSize, 600000);
     EXPECT_EQ(ReadSize(), 600000);
+}
+
+/// The value names that are asked for, in order, each once.
+std::vector<CString> namesAsked;
+decltype(&::RegQueryValueExW) queryValue = nullptr;
+
+LSTATUS WINAPI NoteName(HKEY key, const wchar_t* name, DWORD* reserved, DWORD* type, BYTE* data,
+                        DWORD* size) {
+    if (namesAsked.empty() || namesAsked.back() != name) namesAsked.push_back(name);
+    return queryValue(key, name, reserved, type, data, size);
+}
+
+// The registry takes a name in any case; what watches the registry shows it as it was asked for.
+TEST_F(LogConfigurationTest, OverridesAreAskedForInUpperCase) {
+    Set(L"LogLevel", 2);
+    Set(kBaseLevel, 2);
+    Set(L"LogMaxSize", 0x90000);
+    namesAsked.clear();
+    queryValue = &::RegQueryValueExW;
+    const velktest::StandIn<decltype(&::RegQueryValueExW)> standIn("RegQueryValueExW", &NoteName);
+    Read();
+    EXPECT_EQ(namesAsked, (std::vector<CString>{L"LogFolder", L"LogLevel", kBaseLevel, kModuleLevel,
+                                                L"LogMaxSize", kBaseSize}));
 }
 
 }  // namespace
