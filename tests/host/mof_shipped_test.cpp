@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -12,6 +11,7 @@
 #include "host/model/repository.h"
 #include "host/mof/parser.h"
 #include "module/identifiers.h"
+#include "support/project_folder.h"
 
 namespace velkhost {
 namespace {
@@ -19,8 +19,7 @@ namespace {
 constexpr wchar_t kNamespace[] = L"root\\VKQ";
 
 std::string ReadMof(const char* name) {
-    const auto path =
-        std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "mof" / name;
+    const auto path = velktest::ProjectFolder() / "mof" / name;
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file) << path;
     return {std::istreambuf_iterator<char>(file), {}};
