@@ -58,9 +58,9 @@ struct FunctionProperties {
     DWORD uiNumber = 0;
 };
 
-/// Reads all properties in the order in which the database has always been asked for them, each of them once
-/// and before anything is made of them, save that a function which is left out is asked for no more. False
-/// for such a function.
+/// Reads all properties, each once and before anything is made of them, save that a function which is left
+/// out is asked for no more. The order is fixed: whoever watches the database sees the same reads for every
+/// function. False for a function that is left out.
 bool ReadProperties(HDEVINFO devices, SP_DEVINFO_DATA& device, const PciScanTarget& target,
                     FunctionProperties& read) noexcept {
     TextProperty compatibleIds;
