@@ -75,24 +75,29 @@ TEST_F(TlsIndexes, AreGivenBackByLoadsThatRanOutOfMemory) {
 }
 
 TEST_F(TlsIndexes, OfThreadsThatRanOutOfMemoryAreGivenBackToo) {
-    EXPECT_EQ(LostBy(kLoads,
-                     [](HostedDll& dll, IWbemServices& provider) {
-                         const velkhost::ImportRedirect noMemory(dll.Module(), "SysAllocStringLen",
-                                                                 reinterpret_cast<void*>(&NoBstr));
-                         velk::UniqueHandle threads[3];
-                         for (velk::UniqueHandle& thread : threads) {
-                             thread.Reset(::CreateThread(
-                                 nullptr, 0,
-                                 [](void* argument) -> DWORD {
-                                     velktest::Get(*static_cast<IWbemServices*>(argument), L"x");
-                                     return 0;
-                                 },
-                                 &provider, 0, nullptr));
-                         }
-                         for (const velk::UniqueHandle& thread : threads)
-                             ::WaitForSingleObject(thread.Get(), INFINITE);
-                     }),
-              0);
+    EXPECT_EQ(
+        LostBy(kLoads,
+               [](HostedDll& dll, IWbemServices& provider) {
+                   const velkhost::ImportRedirect noMemory(dll.Module(), "SysAllocStringLen",
+                                                           reinterpret_cast<void*>(&NoBstr));
+                   velk::UniqueHandle threads[3];
+                   for (velk::UniqueHandle& thread : threads) {
+                       thread.Reset(::CreateThread(
+                           nullptr, 0,
+                           [](void* argument) -> DWORD {
+                               return static_cast<DWORD>(
+                                   velktest::Get(*static_cast<IWbemServices*>(argument), L"x").returned);
+                           },
+                           &provider, 0, nullptr));
+                   }
+                   for (const velk::UniqueHandle& thread : threads) {
+                       ::WaitForSingleObject(thread.Get(), INFINITE);
+                       DWORD answer = 0;
+                       ::GetExitCodeThread(thread.Get(), &answer);
+                       EXPECT_EQ(static_cast<HRESULT>(answer), E_OUTOFMEMORY) << "no exception, no index";
+                   }
+               }),
+        0);
 }
 
 }  // namespace
