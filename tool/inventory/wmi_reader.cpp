@@ -49,28 +49,30 @@ class Progress {
 HRESULT WmiReader::ForEach(IEnumWbemClassObject& enumerator, const std::string& what,
                            const Receive& receive) {
     constexpr LONG kSlice = 250;  // milliseconds between looks at the clock
+    constexpr ULONG kBatchSize = 64;
     Progress progress(console_, what);
     const bool isTold = verbose_ || console_.IsWatched();
     std::size_t count = 0;
     HRESULT result = source_.Protect(enumerator);
     while (SUCCEEDED(result) && result != velk::kWbemFalse) {
-        std::array<IWbemClassObject*, 64> batch{};
+        std::array<IWbemClassObject*, kBatchSize> batch{};
         ULONG returned = 0;
-        result = enumerator.Next(kSlice, static_cast<ULONG>(batch.size()), batch.data(), &returned);
-        HRESULT received = velk::kWbemNoError;
+        result = enumerator.Next(kSlice, kBatchSize, batch.data(), &returned);
+        // All are taken over before one of them may end the reading.
+        std::array<velk::ComPtr<IWbemClassObject>, kBatchSize> objects;
+        for (ULONG i = 0; i < returned; ++i) objects[i] = velk::ComPtr<IWbemClassObject>::Adopt(batch[i]);
         for (ULONG i = 0; i < returned; ++i) {
-            const auto object = velk::ComPtr<IWbemClassObject>::Adopt(batch[i]);
-            if (SUCCEEDED(received)) received = receive(*object);
+            const HRESULT received = receive(*objects[i]);
+            if (FAILED(received)) return received;
         }
-        if (FAILED(received)) return received;
         count += returned;
         if (isTold) progress.Update(count);
     }
     // A batch that a failure cut short ends like the last one: the next call tells which it was.
     if (result == velk::kWbemFalse) {
-        IWbemClassObject* none = nullptr;
+        velk::ComPtr<IWbemClassObject> none;
         ULONG returned = 0;
-        result = enumerator.Next(0, 1, &none, &returned);
+        result = enumerator.Next(0, 1, none.Put(), &returned);
     }
     if (verbose_) progress.Tell("read", count);
     return FAILED(result) ? result : velk::kWbemNoError;
