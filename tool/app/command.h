@@ -8,6 +8,7 @@
 
 #include "tool/app/console.h"
 #include "tool/app/exit_codes.h"
+#include "tool/inventory/inventory.h"
 #include "tool/inventory/wmi_reader.h"
 #include "tool/source/source.h"
 #include "tool/view/findings.h"
@@ -33,6 +34,8 @@ class Context {
     /// A failed request with its status and all that is known of its reason; what the source said of it is
     /// taken.
     Failure Explain(const std::string& request, HRESULT status);
+    /// The classes of an inventory that failed.
+    std::vector<Failure> FailuresOf(const Inventory& inventory);
     /// Prints the findings, then the failures on the error stream, and returns the exit code.
     int Print(const Findings& findings);
     /// The failures on the error stream, and the exit code.
@@ -54,6 +57,7 @@ class Parameters {
     virtual void Required(const char* name, std::string& target, const char* help) = 0;
     /// One or more.
     virtual void Required(const char* name, std::vector<std::string>& targets, const char* help) = 0;
+    virtual void RequiredOption(const char* name, std::string& target, const char* help) = 0;
     virtual void Option(const char* name, std::string& target, const char* help) = 0;
     virtual void Flag(const char* name, bool& target, const char* help) = 0;
 };

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "tool/app/errors.h"
+#include "tool/app/version.h"
 #include "tool/inventory/names.h"
 
 namespace velkpci {
@@ -35,6 +36,9 @@ class CliParameters final : public Parameters {
     }
     void Required(const char* name, std::vector<std::string>& targets, const char* help) override {
         app_.add_option(name, targets, help)->required();
+    }
+    void RequiredOption(const char* name, std::string& target, const char* help) override {
+        app_.add_option(name, target, help)->required();
     }
     void Option(const char* name, std::string& target, const char* help) override {
         app_.add_option(name, target, help);
@@ -163,6 +167,7 @@ CommandLine ReadCommandLine(std::vector<std::string> arguments) {
     std::size_t chosen = 0;
     CLI::App app(kDescription, "velkpci");
     app.footer(kFooter);
+    app.set_version_flag("--version", std::string("velkpci ") + kVersion);
     app.require_subcommand(1);
     DescribeSources(app, line.options.source);
     DescribeOutput(app, line.options.output, formats);

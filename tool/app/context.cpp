@@ -44,6 +44,14 @@ Failure Context::Explain(const std::string& request, HRESULT status) {
     return failure;
 }
 
+std::vector<Failure> Context::FailuresOf(const Inventory& inventory) {
+    std::vector<Failure> failures;
+    for (const ClassData& data : inventory.classes) {
+        if (IsFailure(data)) failures.push_back(Explain(velkhost::Utf8FromWide(data.name), data.status));
+    }
+    return failures;
+}
+
 int Context::Print(const Findings& findings) {
     console_.Print(FormatFindings(findings, options_.output, console_.Width()));
     return Finish(findings.failures);

@@ -27,6 +27,12 @@ constexpr const char* kDumpExamples =
     "  velkpci dump\n"
     "  velkpci dump --json > inventory.json\n";
 
+constexpr const char* kCheckExamples =
+    "  velkpci check\n"
+    "  velkpci check -o check.json\n"
+    "  velkpci --machine machines/server-of-2024.json check\n";
+constexpr const char* kExportExamples = "  velkpci export --prometheus C:\\textfile_inputs\\velkpci.prom\n";
+
 constexpr unsigned kEverything = kJson | kNdjson | kCsv | kColumns;
 constexpr unsigned kOfSeveralClasses = kJson | kNdjson | kColumns;
 
@@ -43,6 +49,9 @@ const CommandRow kCommands[] = {
     {"classes", "List the classes that have instances", kClassesExamples, kJson | kNdjson | kCsv,
      &MakeClassesCommand},
     {"dump", "List the instances of every class", kDumpExamples, kOfSeveralClasses, &MakeDumpCommand},
+    {"check", "Check what must be right on a server, and tell what mends it", kCheckExamples, kJson,
+     &MakeCheckCommand},
+    {"export", "Write the inventory for another program", kExportExamples, kTextAlone, &MakeExportCommand},
 };
 
 }  // namespace

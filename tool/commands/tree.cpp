@@ -1,6 +1,5 @@
 #include "tool/view/tree.h"
 
-#include "host/utf8.h"
 #include "tool/commands/commands.h"
 
 namespace velkpci {
@@ -10,20 +9,10 @@ class TreeCommand final : public Command {
   public:
     int Run(Context& context) override {
         const Inventory inventory = ReadInventory(context.Reader());
-        const std::vector<Failure> failures = FailuresOf(inventory, context);
+        const std::vector<Failure> failures = context.FailuresOf(inventory);
         const bool isJson = context.Options().output.format == Format::kJson;
         context.Out().Print(isJson ? FormatTreeAsJson(inventory, failures) : FormatTree(inventory));
         return context.Finish(failures);
-    }
-
-  private:
-    static std::vector<Failure> FailuresOf(const Inventory& inventory, Context& context) {
-        std::vector<Failure> failures;
-        for (const ClassData& data : inventory.classes) {
-            if (IsFailure(data))
-                failures.push_back(context.Explain(velkhost::Utf8FromWide(data.name), data.status));
-        }
-        return failures;
     }
 };
 

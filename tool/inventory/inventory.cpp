@@ -58,6 +58,7 @@ Function MakeFunction(const InstancePtr& instance, bool isBridge) {
     made.deviceId = Unsigned<std::uint16_t>(*instance, L"PCIDeviceID");
     made.classCode = Unsigned<std::uint32_t>(*instance, L"ClassCode");
     made.description = Text(*instance, L"Description");
+    made.slotNumber = Text(*instance, L"CapabilityDescriptions");
     made.isBridge = isBridge;
     made.bridgeType = Mapped(*instance, L"BridgeType");
     return made;

@@ -34,6 +34,7 @@ struct Function {
     std::uint16_t deviceId = 0;
     std::uint32_t classCode = 0;
     std::string description;
+    std::string slotNumber;  ///< that Windows reports of it, in decimal; empty mostly
     bool isBridge = false;
     MappedNumber bridgeType;          ///< of a bridge
     std::optional<std::size_t> card;  ///< the card that carries it

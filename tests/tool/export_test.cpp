@@ -1,0 +1,70 @@
+#include "support/temp_folder.h"
+#include "tool/app/errors.h"
+#include "tool/app/output_file.h"
+#include "tool/view/prometheus_view.h"
+#include "tool_fixture.h"
+
+namespace {
+
+using namespace velkpci;
+using namespace velktest;
+using testing::HasSubstr;
+using testing::Not;
+
+using ExportTest = ToolTest;
+
+TEST_F(ExportTest, SlotsCardsAndFunctionsAreGauges) {
+    const std::string text = FormatAsPrometheus(ReadInventory(*reader_));
+    EXPECT_THAT(text, HasSubstr("# TYPE velk_pci_slots gauge\nvelk_pci_slots 2\n"));
+    EXPECT_THAT(text, HasSubstr("velk_pci_slot_occupied{slot=\"PCI Slot 1\",number=\"\",layout=\"PCI-E x16\","
+                                "hotplug=\"false\"} 1\n"));
+    EXPECT_THAT(text, HasSubstr("velk_pci_slot_occupied{slot=\"PCI Slot 2\",number=\"\",layout=\"PCI\","
+                                "hotplug=\"true\"} 0\n"));
+    EXPECT_THAT(text, HasSubstr("velk_pci_slot_powered{slot=\"PCI Slot 2\",number=\"\",layout=\"PCI\","
+                                "hotplug=\"true\"} 0\n"));
+    EXPECT_THAT(text, HasSubstr("velk_pci_cards 1\n"));
+    EXPECT_THAT(text, HasSubstr("velk_pci_functions{kind=\"device\",class=\"0\",name=\"Unclassified\"} 2\n"));
+    EXPECT_THAT(text, HasSubstr("velk_pci_class_up{class=\"Velk_PCISlot\"} 1\n"));
+    EXPECT_THAT(text, Not(HasSubstr("Velk_WinComputerSystem")));
+}
+
+TEST_F(ExportTest, AFailedClassIsNotCountedAsNone) {
+    Inventory inventory = ReadInventory(*reader_);
+    for (ClassData& data : inventory.classes) data.status = static_cast<HRESULT>(WBEM_E_FAILED);
+    const std::string text = FormatAsPrometheus(inventory);
+    EXPECT_THAT(text, HasSubstr("velk_pci_class_up{class=\"Velk_PCISlot\"} 0\n"));
+    for (const char* gauge : {"velk_pci_slot", "velk_pci_cards", "velk_pci_functions"})
+        EXPECT_THAT(text, Not(HasSubstr(gauge)));
+}
+
+TEST_F(ExportTest, TextsOfFirmwareCannotBreakALabel) {
+    Inventory inventory = ReadInventory(*reader_);
+    inventory.slots[0].tag = "a\"b\\c\nd";
+    EXPECT_THAT(FormatAsPrometheus(inventory), HasSubstr("{slot=\"a\\\"b\\\\c\\nd\","));
+}
+
+TEST(OutputFile, TheWholeTextTakesThePlaceOfWhatWasThere) {
+    const TempFolder folder;
+    const std::string file = velkhost::Utf8FromWide(folder.Path(L"größe.txt"));
+    WriteOutputFile(file, "old and long");
+    WriteOutputFile(file, "new");
+    EXPECT_EQ(ReadBytes(folder.Path(L"größe.txt")), "new");
+    EXPECT_EQ(::GetFileAttributesW(folder.Path(L"größe.txt.part").c_str()), INVALID_FILE_ATTRIBUTES);
+}
+
+TEST(OutputFile, APlaceThatCannotBeWrittenIsNamedWithTheReason) {
+    const TempFolder folder;
+    const std::string file = velkhost::Utf8FromWide(folder.Path(L"none\\file.txt"));
+    try {
+        WriteOutputFile(file, "text");
+        FAIL();
+    } catch (const InputError& error) {
+        EXPECT_THAT(error.what(), testing::StartsWith(file + ": cannot be written: "));
+    }
+    // A folder of that name stays, and nothing is left beside it.
+    folder.MakeFolder(L"taken");
+    EXPECT_THROW(WriteOutputFile(velkhost::Utf8FromWide(folder.Path(L"taken")), "text"), InputError);
+    EXPECT_EQ(::GetFileAttributesW(folder.Path(L"taken.part").c_str()), INVALID_FILE_ATTRIBUTES);
+}
+
+}  // namespace
