@@ -220,7 +220,7 @@ TEST_F(CheckTest, AHotPlugSlotWhoseNumberNoBridgeReportsCanNeverHavePower) {
     Inventory& inventory = facts_.wmi->inventory;
     inventory.slots[1].number = 2;
     ExpectFailure("power of hot-plug slots", "the number of PCI Slot 2:");
-    inventory.functions.front().slotNumber = "2";
+    inventory.functions.front().slotNumber = 2;
     ASSERT_FALSE(inventory.functions.front().isBridge);
     ExpectFailure("power of hot-plug slots", "PCI Slot 2 (its card has the number)");
     inventory.functions.front().isBridge = true;

@@ -49,7 +49,9 @@ TEST(OutputFile, TheWholeTextTakesThePlaceOfWhatWasThere) {
     WriteOutputFile(file, "old and long");
     WriteOutputFile(file, "new");
     EXPECT_EQ(ReadBytes(folder.Path(L"größe.txt")), "new");
-    EXPECT_EQ(::GetFileAttributesW(folder.Path(L"größe.txt.part").c_str()), INVALID_FILE_ATTRIBUTES);
+    WIN32_FIND_DATAW found{};
+    const HANDLE beside = ::FindFirstFileW(folder.Path(L"größe.txt.*.tmp").c_str(), &found);
+    EXPECT_EQ(beside, INVALID_HANDLE_VALUE) << "something is left beside it";
 }
 
 TEST(OutputFile, APlaceThatCannotBeWrittenIsNamedWithTheReason) {
@@ -59,12 +61,13 @@ TEST(OutputFile, APlaceThatCannotBeWrittenIsNamedWithTheReason) {
         WriteOutputFile(file, "text");
         FAIL();
     } catch (const InputError& error) {
-        EXPECT_THAT(error.what(), testing::StartsWith(file + ": cannot be written: "));
+        EXPECT_THAT(error.what(), testing::StartsWith("cannot write " + file + ": "));
     }
     // A folder of that name stays, and nothing is left beside it.
     folder.MakeFolder(L"taken");
     EXPECT_THROW(WriteOutputFile(velkhost::Utf8FromWide(folder.Path(L"taken")), "text"), InputError);
-    EXPECT_EQ(::GetFileAttributesW(folder.Path(L"taken.part").c_str()), INVALID_FILE_ATTRIBUTES);
+    WIN32_FIND_DATAW found{};
+    EXPECT_EQ(::FindFirstFileW(folder.Path(L"taken.*").c_str(), &found), INVALID_HANDLE_VALUE);
 }
 
 }  // namespace

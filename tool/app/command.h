@@ -34,7 +34,7 @@ class Context {
     /// A failed request with its status and all that is known of its reason; what the source said of it is
     /// taken.
     Failure Explain(const std::string& request, HRESULT status);
-    /// The classes of an inventory that failed.
+    /// The classes of an inventory that failed, explained.
     std::vector<Failure> FailuresOf(const Inventory& inventory);
     /// Prints the findings, then the failures on the error stream, and returns the exit code.
     int Print(const Findings& findings);

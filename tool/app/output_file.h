@@ -1,12 +1,12 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace velkpci {
 
-/// Writes a whole file, or leaves what was there: the text goes to a file beside it that takes its place when
-/// it is complete, so that no reader ever sees a part. All texts are UTF-8. Throws InputError, which names
-/// the file and the reason.
-void WriteOutputFile(const std::string& file, const std::string& text);
+/// Writes a file that is there whole or not at all: under another name beside it, which then takes its place.
+/// A file of that name is replaced. Throws InputError with the path and the system's reason.
+void WriteOutputFile(const std::string& path, std::string_view content);
 
 }  // namespace velkpci

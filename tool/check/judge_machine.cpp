@@ -92,15 +92,14 @@ Verdict JudgePower(const Inventory& inventory) {
     const std::string point = "power of hot-plug slots";
     const bool isAny = std::ranges::any_of(inventory.slots, &Slot::hotPlug);
     if (!isAny) return NotApplicable(point, "no slot has hot-plug");
-    std::set<std::string> ports, cards;
-    for (const Function& function : inventory.functions)
-        (function.isBridge ? ports : cards).insert(function.slotNumber);
+    std::set<std::uint32_t> ports, cards;
+    for (const Function& function : inventory.functions) {
+        if (function.slotNumber) (function.isBridge ? ports : cards).insert(*function.slotNumber);
+    }
     std::vector<std::string> dark;
     for (const Slot& slot : inventory.slots) {
-        if (!slot.hotPlug || !slot.number) continue;
-        const std::string number = std::to_string(*slot.number);
-        if (!ports.contains(number))
-            dark.push_back(slot.tag + (cards.contains(number) ? " (its card has the number)" : ""));
+        if (!slot.hotPlug || !slot.number || ports.contains(*slot.number)) continue;
+        dark.push_back(slot.tag + (cards.contains(*slot.number) ? " (its card has the number)" : ""));
     }
     if (dark.empty()) return Passed(point, "a bridge reports the number of each");
     return Failed(

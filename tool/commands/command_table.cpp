@@ -32,6 +32,9 @@ constexpr const char* kCheckExamples =
     "  velkpci check -o check.json\n"
     "  velkpci --machine machines/server-of-2024.json check\n";
 constexpr const char* kExportExamples = "  velkpci export --prometheus C:\\textfile_inputs\\velkpci.prom\n";
+constexpr const char* kReportExamples =
+    "  velkpci report --html inventory.html\n"
+    "  velkpci --machine machines/two-socket-rack-server.json report --svg slots.svg\n";
 
 constexpr unsigned kEverything = kJson | kNdjson | kCsv | kColumns;
 constexpr unsigned kOfSeveralClasses = kJson | kNdjson | kColumns;
@@ -52,6 +55,7 @@ const CommandRow kCommands[] = {
     {"check", "Check what must be right on a server, and tell what mends it", kCheckExamples, kJson,
      &MakeCheckCommand},
     {"export", "Write the inventory for another program", kExportExamples, kTextAlone, &MakeExportCommand},
+    {"report", "Write a page or a drawing of the machine", kReportExamples, kTextAlone, &MakeReportCommand},
 };
 
 }  // namespace

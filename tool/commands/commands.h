@@ -14,6 +14,7 @@ std::unique_ptr<Command> MakeGetCommand();
 std::unique_ptr<Command> MakeListCommand();
 std::unique_ptr<Command> MakeQueryCommand();
 std::unique_ptr<Command> MakeReferencesCommand();
+std::unique_ptr<Command> MakeReportCommand();
 std::unique_ptr<Command> MakeTreeCommand();
 
 }  // namespace velkpci

@@ -1,6 +1,7 @@
 #include "tool/inventory/inventory.h"
 
 #include <algorithm>
+#include <charconv>
 #include <map>
 #include <tuple>
 
@@ -46,6 +47,30 @@ MappedNumber Mapped(const Instance& instance, const wchar_t* property) {
     return {*number, Utf8FromWide(ValueName(*definition, value).value_or(velkhost::ToText(value)))};
 }
 
+/// The layouts from 19 to 25 are PCI Express with 1, 2, 4 ... 64 lanes.
+std::optional<std::uint32_t> LanesOf(const MappedNumber& layout) {
+    if (!layout.value || *layout.value < 19 || *layout.value > 25) return std::nullopt;
+    return 1u << (*layout.value - 19);
+}
+
+/// The number of the slot, which stands as text at the place of capability 11 (slot number).
+std::optional<std::uint32_t> SlotNumberOf(const Instance& instance) {
+    const Value* capabilities = instance.Find(L"Capabilities");
+    const Value* descriptions = instance.Find(L"CapabilityDescriptions");
+    const auto* numbers = capabilities == nullptr ? nullptr : capabilities->As<Value::List>();
+    const auto* texts = descriptions == nullptr ? nullptr : descriptions->As<Value::List>();
+    if (numbers == nullptr || texts == nullptr) return std::nullopt;
+    for (std::size_t i = 0; i < std::min(numbers->size(), texts->size()); ++i) {
+        const auto* number = (*numbers)[i].As<std::uint64_t>();
+        if (number == nullptr || *number != 11) continue;
+        const std::string text = Utf8FromWide(velkhost::ToText((*texts)[i]));
+        std::uint32_t slot = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), slot);
+        if (error == std::errc() && end == text.data() + text.size()) return slot;
+    }
+    return std::nullopt;
+}
+
 Function MakeFunction(const InstancePtr& instance, bool isBridge) {
     Function made;
     made.instance = instance;
@@ -58,9 +83,9 @@ Function MakeFunction(const InstancePtr& instance, bool isBridge) {
     made.deviceId = Unsigned<std::uint16_t>(*instance, L"PCIDeviceID");
     made.classCode = Unsigned<std::uint32_t>(*instance, L"ClassCode");
     made.description = Text(*instance, L"Description");
-    made.slotNumber = Text(*instance, L"CapabilityDescriptions");
     made.isBridge = isBridge;
     made.bridgeType = Mapped(*instance, L"BridgeType");
+    made.slotNumber = SlotNumberOf(*instance);
     return made;
 }
 
@@ -72,6 +97,7 @@ Slot MakeSlot(const InstancePtr& instance) {
     const Value* number = instance->Find(L"Number");
     if (number != nullptr && !number->IsNull()) made.number = Unsigned<std::uint32_t>(*instance, L"Number");
     made.layout = Mapped(*instance, L"ConnectorLayout");
+    made.lanes = LanesOf(made.layout);
     made.kind = Text(*instance, L"ConnectorPinout");
     made.hotPlug = IsTrue(*instance, L"SupportsHotPlug");
     made.powered = IsTrue(*instance, L"PoweredOn");

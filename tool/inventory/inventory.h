@@ -34,10 +34,10 @@ struct Function {
     std::uint16_t deviceId = 0;
     std::uint32_t classCode = 0;
     std::string description;
-    std::string slotNumber;  ///< that Windows reports of it, in decimal; empty mostly
     bool isBridge = false;
-    MappedNumber bridgeType;          ///< of a bridge
-    std::optional<std::size_t> card;  ///< the card that carries it
+    MappedNumber bridgeType;                  ///< of a bridge
+    std::optional<std::size_t> card;          ///< the card that carries it
+    std::optional<std::uint32_t> slotNumber;  ///< of the slot that it sits in or, as a bridge, leads to
 };
 
 struct Card {
@@ -63,6 +63,7 @@ struct Slot {
     std::string tag;                      ///< "PCI Slot 3"
     std::optional<std::uint32_t> number;  ///< as printed on the chassis
     MappedNumber layout;                  ///< "PCI-E x16"
+    std::optional<std::uint32_t> lanes;   ///< that the layout tells, of PCI Express alone
     std::string kind;                     ///< "PCI Express"
     bool hotPlug = false;
     bool powered = false;

@@ -1,10 +1,10 @@
 #include "tool/view/tree.h"
 
-#include <cstdio>
 #include <optional>
 
 #include "host/utf8.h"
 #include "tool/view/object_view.h"
+#include "tool/view/thing_text.h"
 
 namespace velkpci {
 namespace {
@@ -17,10 +17,7 @@ struct Node {
 
 /// "BUS(0)DEV(31)FN(0)  8086:A0A8  description".
 Node FunctionNode(const Function& function) {
-    char ids[16];
-    std::snprintf(ids, sizeof(ids), "%04X:%04X", static_cast<unsigned>(function.vendorId),
-                  static_cast<unsigned>(function.deviceId));
-    std::string text = function.id + "  " + ids + "  " + function.description;
+    std::string text = function.id + "  " + IdsOf(function) + "  " + function.description;
     if (!function.bridgeType.name.empty()) text += "  [bridge: " + function.bridgeType.name + "]";
     return {text, {}};
 }
@@ -44,7 +41,8 @@ class TreeMaker {
     explicit TreeMaker(const Inventory& inventory) : inventory_(inventory) {}
 
     Node Make() const {
-        Node root = ComputerNode();
+        const std::string name = NameOf(inventory_.computer);
+        Node root{name.empty() ? "Computer" : "Computer " + name, {}};
         for (const Chassis& chassis : inventory_.chassis) root.children.push_back(ChassisNode(chassis));
         AddStrays(root);
         AddByBus(root);
@@ -52,14 +50,6 @@ class TreeMaker {
     }
 
   private:
-    /// By the path that references give; where the suite's class is missing by the functions' own word.
-    Node ComputerNode() const {
-        const Computer& computer = inventory_.computer;
-        if (!computer.path.empty())
-            return {"Computer " + ShortNameOfPath(velkhost::WideFromUtf8(computer.path)), {}};
-        return {computer.name.empty() ? "Computer" : "Computer " + computer.name, {}};
-    }
-
     Node ChassisNode(const Chassis& chassis) const {
         Node node{"Chassis " + ShortName(*chassis.instance), {}};
         for (const std::size_t slot : chassis.slots)

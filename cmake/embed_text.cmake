@@ -1,0 +1,67 @@
+# velk_embed_texts(OUTPUT HEADER NAMESPACE file...): the C++ source OUTPUT, which defines for each file NAME.EXT the function
+# "const EmbeddedText& NameExt()" of NAMESPACE. HEADER declares them. Texts must be ASCII: a literal is cut anywhere.
+#
+# Pages name their styles and scripts by the hash that a content security policy asks for (SHA-256 in Base64), which is
+# therefore told with the text.
+
+# Base64 of bytes given as hexadecimal digits.
+function(velk_base64 hex out)
+    set(alphabet "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/")
+    set(text "")
+    string(LENGTH ${hex} length)
+    math(EXPR last "${length} - 1")
+    foreach(at RANGE 0 ${last} 6)
+        string(SUBSTRING "${hex}" ${at} 6 group)
+        string(LENGTH ${group} digits)
+        # 24 bits make four characters, 16 three, 8 two; "=" fills up.
+        string(SUBSTRING "${group}0000" 0 6 padded)
+        math(EXPR characters "${digits} / 2 + 1")
+        foreach(position RANGE 1 4)
+            if(position GREATER characters)
+                string(APPEND text "=")
+                continue()
+            endif()
+            math(EXPR index "(0x${padded} >> (24 - 6 * ${position})) & 63")
+            string(SUBSTRING ${alphabet} ${index} 1 character)
+            string(APPEND text ${character})
+        endforeach()
+    endforeach()
+    set(${out} "${text}" PARENT_SCOPE)
+endfunction()
+
+function(velk_embed_texts output header namespace)
+    set(source "// Made of files beside ${header} by cmake/embed_text.cmake.\n#include \"${header}\"\n\nnamespace ${namespace} {\n")
+    foreach(file IN LISTS ARGN)
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
+        file(READ ${file} text)
+        # A checkout with CR LF has the same hash as the parser of the page computes.
+        string(REPLACE "\r\n" "\n" text "${text}")
+        if(text MATCHES "[^\t\n -~]")
+            message(FATAL_ERROR "${file} holds a character outside ASCII")
+        endif()
+        string(SHA256 hash "${text}")
+        velk_base64(${hash} hash)
+        get_filename_component(name ${file} NAME)
+        string(REGEX MATCHALL "[a-z]+" words ${name})
+        set(function "")
+        foreach(word IN LISTS words)
+            string(SUBSTRING ${word} 0 1 first)
+            string(SUBSTRING ${word} 1 -1 rest)
+            string(TOUPPER ${first} first)
+            string(APPEND function ${first}${rest})
+        endforeach()
+        # Microsoft's compiler takes no literal above 16,380 characters.
+        string(LENGTH "${text}" length)
+        set(parts "")
+        set(at 0)
+        while(at LESS length)
+            string(SUBSTRING "${text}" ${at} 8000 part)
+            string(APPEND parts "\n        std::string(R\"velk(${part})velk\") +")
+            math(EXPR at "${at} + 8000")
+        endwhile()
+        string(APPEND source "\nconst EmbeddedText& ${function}() {\n    static const EmbeddedText text{${parts}\n        std::string(),\n"
+               "        \"sha256-${hash}\"};\n    return text;\n}\n")
+    endforeach()
+    string(APPEND source "\n}  // namespace ${namespace}\n")
+    file(CONFIGURE OUTPUT ${output} CONTENT "@source@" @ONLY NEWLINE_STYLE LF)
+endfunction()
