@@ -120,7 +120,9 @@ class Page {
         out_.Put(
             "h2", {{"id", "failures-head"}},
             failures_.size() == 1 ? "1 class failed" : std::to_string(failures_.size()) + " classes failed");
-        out_.Put("p", {}, "What they would tell is missing below.");
+        out_.Put("p", {},
+                 failures_.size() == 1 ? "What it would tell is missing below."
+                                       : "What they would tell is missing below.");
         const auto list = out_.Open("ul");
         for (const Failure& failure : failures_) out_.Put("li", {}, FormatFailure(failure));
     }

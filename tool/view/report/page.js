@@ -79,6 +79,12 @@
     document.querySelector(".banner").inert = isCovered;
   };
 
+  // What opens the instance that is shown.
+  const mark = (number) => {
+    for (const each of main.querySelectorAll("[aria-current]")) each.removeAttribute("aria-current");
+    for (const each of main.querySelectorAll(`[data-opens="${number}"]`)) each.setAttribute("aria-current", "true");
+  };
+
   const open = (number) => {
     const instance = instances[number];
     find("detail-class").textContent = classes[instance[CLASS]].name;
@@ -88,10 +94,7 @@
     find("copy").textContent = "Copy";
     showLinks(number);
     showProperties(instance);
-    for (const each of openers) {
-      if (Number(each.dataset.opens) === number) each.setAttribute("aria-current", "true");
-      else each.removeAttribute("aria-current");
-    }
+    mark(number);
     detail.hidden = false;
     document.body.classList.add("with-detail");
     cover();
@@ -103,7 +106,7 @@
     detail.hidden = true;
     document.body.classList.remove("with-detail");
     cover();
-    for (const each of openers) each.removeAttribute("aria-current");
+    mark(null);
     openedBy?.focus();
   };
 
@@ -172,8 +175,8 @@
 
   const move = (from, step) => {
     const visible = openers.filter((each) => main.contains(each) && !each.closest("[hidden]"));
-    const at = visible.indexOf(from);
-    const next = step === "first" ? 0 : step === "last" ? visible.length - 1 : at + step;
+    const hit = visible.findIndex((each) => each.closest("[data-find]"));
+    const next = { first: 0, last: visible.length - 1, hit }[step] ?? visible.indexOf(from) + step;
     visible[Math.max(0, Math.min(next, visible.length - 1))]?.focus();
   };
   const STEPS = { ArrowDown: 1, ArrowUp: -1, Home: "first", End: "last" };
@@ -191,7 +194,7 @@
       search.value = "";
       filter();
     } else if (target === search && (event.key === "ArrowDown" || event.key === "Enter")) {
-      move(null, "first");
+      move(null, "hit");
     } else if (target.dataset.opens !== undefined && STEPS[event.key] !== undefined) {
       move(target, STEPS[event.key]);
     } else {

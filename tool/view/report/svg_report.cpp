@@ -24,6 +24,7 @@ constexpr int kBayX = 300;
 constexpr int kBayWidth = 470;
 constexpr int kStateX = 790;
 constexpr int kRowGap = 10;
+constexpr int kGroupGap = 16;
 constexpr int kCardHead = 28;
 constexpr int kLine = 19;
 constexpr int kEmptyBay = 44;
@@ -56,7 +57,7 @@ class Picture {
         if (inventory_.chassis.empty() && inventory_.slots.empty()) {
             Text("note", kMargin, y_ + 16,
                  WasRead(inventory_, L"Velk_PCISlot") ? "No slots." : "The slots could not be read.");
-            y_ += 32;
+            y_ += kGroupGap + kLine;
         }
         return Whole();
     }
@@ -70,7 +71,7 @@ class Picture {
     std::string Whole() const {
         Markup whole;
         {
-            const std::string height = Px(y_ + kMargin - 10);
+            const std::string height = Px(y_ - kGroupGap + kMargin);
             const auto svg = whole.Open("svg", {{"xmlns", "http://www.w3.org/2000/svg"},
                                                 {"width", Px(kWidth)},
                                                 {"height", height},
@@ -118,7 +119,7 @@ class Picture {
                      : "Its slots could not be read.");
         for (const std::string& path : group.missingSlots)
             Note(ShortNameOfPath(velkhost::WideFromUtf8(path)) + " (published by no class)");
-        y_ += 24;
+        y_ += kGroupGap;
     }
 
     void Frame(const std::string& title, int height) {
@@ -257,7 +258,7 @@ class Picture {
             DrawBay(bay, bay.Height());
             y_ += bay.Height() + kRowGap;
         }
-        y_ += 24;
+        y_ += kGroupGap;
     }
 
     const Inventory& inventory_;
