@@ -68,11 +68,12 @@ TEST_F(ReportTest, ThePageNamesItsStyleAndScriptByTheirHashes) {
 TEST_F(ReportTest, NamesOfTheMachineCannotBecomeMarkup) {
     const Inventory inventory = WithDescription(L"</script><b title=\"'&\x2028\x0007\xFFFF");
     for (const std::string& text : {FormatReportAsHtml(inventory, {}), FormatReportAsSvg(inventory, {})}) {
-        EXPECT_THAT(text, Not(HasSubstr("<b")));
+        EXPECT_THAT(text, Not(HasSubstr("<b ")));
         EXPECT_THAT(text, HasSubstr("&lt;/script&gt;&lt;b title=&quot;&#39;&amp;"));
         EXPECT_THAT(text, Not(HasSubstr("\x07")));
-        EXPECT_THAT(text, Not(HasSubstr("\xEF\xBF\xBF")));
     }
+    EXPECT_THAT(FormatReportAsSvg(inventory, {}), Not(HasSubstr("\xEF\xBF\xBF")))
+        << "XML has no place for it";
     const std::string data = PageData(inventory).AsJson();
     EXPECT_EQ(data.find_first_of("<>&"), std::string::npos);
     EXPECT_THAT(data, Not(HasSubstr("\xE2\x80\xA8")));
@@ -151,7 +152,7 @@ TEST_F(ReportTest, ThousandsOfFunctionsMakeAPageInLittleTime) {
     const std::string page = FormatReportAsHtml(inventory, {});
     EXPECT_LT(::GetTickCount64() - start, 10'000u)
         << "milliseconds; a build of what ships takes a fraction of it";
-    EXPECT_THAT(page, HasSubstr(">D4095<"));
+    EXPECT_NE(page.find("\"D4095\""), std::string::npos);
     EXPECT_LT(page.size(), 8'000'000u);
 }
 
