@@ -1,4 +1,5 @@
 #include "host/machine/machine.h"
+#include "recording_console.h"
 #include "support/temp_folder.h"
 #include "tool/app/errors.h"
 #include "tool/app/program.h"
@@ -64,14 +65,6 @@ TEST(HostedSource, TheShippedMofIsFoundInAFolderAbove) {
     velktest::WriteBytes(folder.MakeFolder(L"mof") + L"VelkWmiPci.mof", "");
     EXPECT_EQ(FindShippedMof(folder.MakeFolder(L"build\\release")).filename(), L"mof");
 }
-
-/// Keeps what the program prints.
-class RecordingConsole final : public Console {
-  public:
-    void Print(const std::string& text) const override { output += text; }
-    void PrintError(const std::string& text) const override { errors += text; }
-    mutable std::string output, errors;
-};
 
 class ProgramTest : public testing::Test {
   protected:

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <io.h>
 
+#include <atomic>
 #include <cstdio>
 #include <iostream>
 
@@ -12,28 +13,36 @@
 namespace velkpci {
 namespace {
 
+/// Turns a console's echo off for as long as it lives. At most one at a time.
+class EchoOff {
+  public:
+    explicit EchoOff(HANDLE input) {
+        ::GetConsoleMode(input, &mode_);
+        input_ = input;
+        ::SetConsoleMode(input, mode_ & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+    }
+    ~EchoOff() { Restore(); }
+    EchoOff(const EchoOff&) = delete;
+    EchoOff& operator=(const EchoOff&) = delete;
+
+    /// From any thread: the mode is the console's, and would outlive the program.
+    static void Restore() {
+        const HANDLE input = input_.exchange(nullptr);
+        if (input != nullptr) ::SetConsoleMode(input, mode_);
+    }
+
+  private:
+    static inline std::atomic<HANDLE> input_ = nullptr;  ///< set while the echo is off
+    static inline DWORD mode_ = 0;                       ///< written before input_ is
+};
+
 BOOL WINAPI OnControl(DWORD event) {
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) return FALSE;
+    EchoOff::Restore();
     // Not ExitProcess: it would unload the provider under a thread that is still inside it.
     ::TerminateProcess(::GetCurrentProcess(), kCancelled);
     return TRUE;
 }
-
-/// Turns a console's echo off for as long as it lives.
-class EchoOff {
-  public:
-    explicit EchoOff(HANDLE input) : input_(input) {
-        ::GetConsoleMode(input_, &mode_);
-        ::SetConsoleMode(input_, mode_ & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
-    }
-    ~EchoOff() { ::SetConsoleMode(input_, mode_); }
-    EchoOff(const EchoOff&) = delete;
-    EchoOff& operator=(const EchoOff&) = delete;
-
-  private:
-    const HANDLE input_;
-    DWORD mode_ = 0;
-};
 
 std::wstring ReadConsoleLine(HANDLE input) {
     const EchoOff echoOff(input);
