@@ -1,45 +1,17 @@
 #include "host/machine/machine.h"
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <string_view>
 
 #include "host/machine/json_node.h"
+#include "host/machine/machine_format.h"
 #include "host/utf8.h"
 
 namespace velkhost {
 
 namespace {
-
-enum class PropertyForm { kText, kTexts, kNumber };
-
-/// The properties that a machine file can hold, under the names that the registry's Enum keys give them.
-struct PropertyName {
-    const char* name;
-    DWORD code;
-    PropertyForm form;
-};
-constexpr PropertyName kProperties[] = {
-    {"DeviceDesc", SPDRP_DEVICEDESC, PropertyForm::kText},
-    {"HardwareID", SPDRP_HARDWAREID, PropertyForm::kTexts},
-    {"CompatibleIDs", SPDRP_COMPATIBLEIDS, PropertyForm::kTexts},
-    {"LocationInformation", SPDRP_LOCATION_INFORMATION, PropertyForm::kText},
-    {"LocationPaths", SPDRP_LOCATION_PATHS, PropertyForm::kTexts},
-    {"BusNumber", SPDRP_BUSNUMBER, PropertyForm::kNumber},
-    {"UINumber", SPDRP_UI_NUMBER, PropertyForm::kNumber},
-    {"Address", SPDRP_ADDRESS, PropertyForm::kNumber},
-};
-
-struct RegistryTypeName {
-    std::wstring_view name;
-    DWORD type;
-};
-constexpr RegistryTypeName kRegistryTypes[] = {
-    {L"REG_NONE", REG_NONE},         {L"REG_SZ", REG_SZ},
-    {L"REG_BINARY", REG_BINARY},     {L"REG_DWORD", REG_DWORD},
-    {L"REG_MULTI_SZ", REG_MULTI_SZ}, {L"REG_QWORD", REG_QWORD},
-};
 
 void AppendText(std::vector<BYTE>& bytes, const std::wstring& text) {
     const std::size_t size = (text.size() + 1) * sizeof(wchar_t);
@@ -52,13 +24,15 @@ RegistryValue ReadRawValue(const JsonNode& node) {
     const auto type = node.Find("type");
     const auto hex = node.Find("hex");
     if (!type || !hex) node.Fail("type and hex are expected");
+    if (type->Value().is_number()) return {type->Number(), hex->HexBytes()};
+    const std::string name = Utf8FromWide(type->Text());
     for (const RegistryTypeName& known : kRegistryTypes) {
-        if (known.name == type->Text()) return {known.type, hex->HexBytes()};
+        if (name == known.name) return {known.type, hex->HexBytes()};
     }
     type->Fail("unknown registry type");
 }
 
-void ReadProperty(const PropertyName& known, const JsonNode& node, PnpDevice& device) {
+void ReadProperty(const DevicePropertyName& known, const JsonNode& node, PnpDevice& device) {
     switch (known.form) {
         case PropertyForm::kText:
             device.SetText(known.code, node.Text());
@@ -72,6 +46,15 @@ void ReadProperty(const PropertyName& known, const JsonNode& node, PnpDevice& de
     }
 }
 
+void ReadRawProperties(const JsonNode& node, PnpDevice& device) {
+    for (const auto& [name, value] : node.Members()) {
+        const auto known = std::ranges::find_if(
+            kDeviceProperties, [&](const DevicePropertyName& each) { return name == each.name; });
+        if (known == std::end(kDeviceProperties)) value.Fail("unknown member");
+        device.properties[known->code] = ReadRawValue(value);
+    }
+}
+
 PnpDevice ReadDevice(const JsonNode& node) {
     node.AllowOnly({"comment", "enumerator", "instanceId", "present", "raw", "DeviceDesc", "HardwareID",
                     "CompatibleIDs", "LocationInformation", "LocationPaths", "BusNumber", "UINumber",
@@ -80,12 +63,10 @@ PnpDevice ReadDevice(const JsonNode& node) {
     if (const auto enumerator = node.Find("enumerator")) device.enumerator = enumerator->Text();
     if (const auto instanceId = node.Find("instanceId")) device.instanceId = instanceId->Text();
     if (const auto present = node.Find("present")) device.present = present->Truth();
-    const auto raw = node.Find("raw");
-    for (const PropertyName& known : kProperties) {
+    for (const DevicePropertyName& known : kDeviceProperties) {
         if (const auto property = node.Find(known.name)) ReadProperty(known, *property, device);
-        const auto rawProperty = raw ? raw->Find(known.name) : std::nullopt;
-        if (rawProperty) device.properties[known.code] = ReadRawValue(*rawProperty);
     }
+    if (const auto raw = node.Find("raw")) ReadRawProperties(*raw, device);
     return device;
 }
 
@@ -151,6 +132,7 @@ std::map<std::wstring, RegistryValue> ReadSettings(const JsonNode& node) {
 Machine ReadMachine(const JsonNode& root) {
     root.AllowOnly({"about", "comment", "computer", "devices", "smbios", "suite", "objects", "settings"});
     Machine machine;
+    if (const auto about = root.Find("about")) machine.about = about->Text();
     if (const auto names = root.Find("computer")) machine.names = ReadNames(*names);
     if (const auto smbios = root.Find("smbios")) machine.smbios = ReadSmbios(*smbios);
     if (const auto devices = root.Find("devices")) {
@@ -172,6 +154,13 @@ RegistryValue RegistryValue::Text(const std::wstring& text) {
     return made;
 }
 
+RegistryValue RegistryValue::Texts(const std::vector<std::wstring>& texts) {
+    RegistryValue made{REG_MULTI_SZ, {}};
+    for (const std::wstring& text : texts) AppendText(made.bytes, text);
+    AppendText(made.bytes, {});
+    return made;
+}
+
 RegistryValue RegistryValue::Number(DWORD number) {
     RegistryValue made{REG_DWORD, std::vector<BYTE>(sizeof number)};
     std::memcpy(made.bytes.data(), &number, sizeof number);
@@ -183,10 +172,7 @@ void PnpDevice::SetText(DWORD property, const std::wstring& text) {
 }
 
 void PnpDevice::SetTexts(DWORD property, const std::vector<std::wstring>& texts) {
-    RegistryValue made{REG_MULTI_SZ, {}};
-    for (const std::wstring& text : texts) AppendText(made.bytes, text);
-    AppendText(made.bytes, {});
-    properties[property] = std::move(made);
+    properties[property] = RegistryValue::Texts(texts);
 }
 
 void PnpDevice::SetNumber(DWORD property, DWORD number) {

@@ -25,7 +25,9 @@ struct RegistryValue {
     std::vector<BYTE> bytes;
 
     static RegistryValue Text(const std::wstring& text);
+    static RegistryValue Texts(const std::vector<std::wstring>& texts);
     static RegistryValue Number(DWORD number);
+    bool operator==(const RegistryValue&) const = default;
 };
 
 /// One device of the Plug and Play database. A property that is not in the map is absent.
@@ -63,6 +65,7 @@ struct SuiteObject {
 
 /// Everything about a machine that the provider can see.
 struct Machine {
+    std::wstring about;  ///< for people: why the machine is kept, or where it came from
     ComputerNames names;
     std::vector<PnpDevice> devices;  ///< in SetupAPI's enumeration order
     std::optional<SmbiosFirmware> smbios;

@@ -25,6 +25,7 @@ struct ReplayState {
     Machine machine;
     std::map<HDEVINFO, std::shared_ptr<const DeviceSet>> sets;
     // What the platform does where the machine has no say.
+    decltype(&::GetSystemFirmwareTable) firmwareTable = nullptr;
     decltype(&::CreateFileW) createFile = nullptr;
     decltype(&::RegOpenKeyExW) openKey = nullptr;
     decltype(&::RegQueryValueExW) queryValue = nullptr;
@@ -100,6 +101,19 @@ BOOL WINAPI GetDeviceRegistryProperty(HDEVINFO handle, PSP_DEVINFO_DATA data, DW
     return TRUE;
 }
 
+BOOL WINAPI GetDeviceInstanceId(HDEVINFO handle, PSP_DEVINFO_DATA data, PWSTR id, DWORD size,
+                                PDWORD required) {
+    const auto set = FindSet(handle);
+    if (set == nullptr) return Refuse(ERROR_INVALID_HANDLE);
+    if (data == nullptr || data->DevInst == 0 || data->DevInst > set->size())
+        return Refuse(ERROR_INVALID_PARAMETER);
+    const std::wstring& text = (*set)[data->DevInst - 1].instanceId;
+    if (required != nullptr) *required = static_cast<DWORD>(text.size()) + 1;
+    if (id == nullptr || size <= text.size()) return Refuse(ERROR_INSUFFICIENT_BUFFER);
+    std::wmemcpy(id, text.c_str(), text.size() + 1);
+    return TRUE;
+}
+
 BOOL WINAPI DestroyDeviceInfoList(HDEVINFO handle) {
     const std::lock_guard lock(activeReplay->mutex);
     return activeReplay->sets.erase(handle) != 0 ? TRUE : Refuse(ERROR_INVALID_HANDLE);
@@ -135,6 +149,24 @@ BOOL WINAPI ComputerName(COMPUTER_NAME_FORMAT format, LPWSTR buffer, LPDWORD siz
     std::wmemcpy(buffer, text.c_str(), text.size() + 1);
     *size = length;
     return TRUE;
+}
+
+/// Of the one provider that a machine file knows.
+UINT WINAPI FirmwareTable(DWORD provider, DWORD table, PVOID buffer, DWORD size) {
+    constexpr DWORD kRawSmbios = 0x52534D42;  // 'RSMB'
+    if (provider != kRawSmbios) return activeReplay->firmwareTable(provider, table, buffer, size);
+    const auto& firmware = activeReplay->machine.smbios;
+    if (!firmware) {
+        ::SetLastError(ERROR_INVALID_FUNCTION);
+        return 0;
+    }
+    std::vector<BYTE> data = {0, firmware->majorVersion, firmware->minorVersion, 0};
+    for (unsigned shift = 0; shift < 32; shift += 8)
+        data.push_back(static_cast<BYTE>(firmware->table.size() >> shift & 0xFF));
+    data.insert(data.end(), firmware->table.begin(), firmware->table.end());
+    // The size is the answer, too, when the buffer is too small.
+    if (size >= data.size()) std::ranges::copy(data, static_cast<BYTE*>(buffer));
+    return static_cast<UINT>(data.size());
 }
 
 HANDLE WINAPI OpenFile(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
@@ -205,14 +237,17 @@ MachineReplay::MachineReplay(HMODULE module, Machine machine) {
         {"SetupDiGetClassDevsW", Address(GetClassDevs)},
         {"SetupDiEnumDeviceInfo", Address(EnumDeviceInfo)},
         {"SetupDiGetDeviceRegistryPropertyW", Address(GetDeviceRegistryProperty)},
+        {"SetupDiGetDeviceInstanceIdW", Address(GetDeviceInstanceId)},
         {"SetupDiDestroyDeviceInfoList", Address(DestroyDeviceInfoList)},
         {"GetComputerNameExW", Address(ComputerName)},
+        {"GetSystemFirmwareTable", Address(FirmwareTable)},
         {"CreateFileW", Address(OpenFile)},
         {"RegOpenKeyExW", Address(OpenKey)},
         {"RegQueryValueExW", Address(QueryValue)},
         {"RegCloseKey", Address(CloseKey)},
     };
     // Read before the redirection: in a test program this file's own calls go through the same imports.
+    state_->firmwareTable = ::GetSystemFirmwareTable;
     state_->createFile = ::CreateFileW;
     state_->openKey = ::RegOpenKeyExW;
     state_->queryValue = ::RegQueryValueExW;

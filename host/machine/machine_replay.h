@@ -10,11 +10,11 @@ namespace velkhost {
 
 struct ReplayState;
 
-/// Makes a loaded module see a machine: its imports of SetupAPI's device enumeration and of
-/// GetComputerNameExW answer from the machine, with the platform's own rules, and its CreateFileW does not
-/// find the health driver. Of a machine with settings it reads the registry key of the provider's settings,
-/// too; without, and for all other keys, it is the registry's. What the module does not import stays out. In
-/// a unit test the module is the test program itself.
+/// Makes a loaded module see a machine: its imports of SetupAPI's device enumeration, of GetComputerNameExW
+/// and of GetSystemFirmwareTable answer from the machine, with the platform's own rules, and its CreateFileW
+/// does not find the health driver. Of a machine with settings it reads the registry key of the provider's
+/// settings, too; without, and for all other keys, it is the registry's. What the module does not import
+/// stays out. In a unit test the module is the test program itself.
 ///
 /// Settings that a module reads while it is loaded, as the log's are, come from the registry: there is
 /// nothing to redirect before.

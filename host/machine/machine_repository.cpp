@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/machine/json_value.h"
+#include "host/machine/machine_capture.h"
 #include "host/utf8.h"
 
 namespace velkhost {
@@ -18,17 +19,9 @@ std::string ReadFile(const fs::path& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-std::optional<std::wstring> NameOfThisComputer(COMPUTER_NAME_FORMAT format) {
-    wchar_t name[256];  // a DNS name has at most 255 characters
-    DWORD size = static_cast<DWORD>(std::size(name));
-    if (!::GetComputerNameExW(format, name, &size)) return std::nullopt;
-    return std::wstring(name, size);
-}
-
 ComputerNames NamesOf(const Machine* machine) {
     if (machine != nullptr) return machine->names;
-    return {NameOfThisComputer(ComputerNameDnsFullyQualified), NameOfThisComputer(ComputerNameDnsHostname),
-            NameOfThisComputer(ComputerNameNetBIOS)};
+    return ReadComputerNames();
 }
 
 /// WMI's server name is the NetBIOS name.
@@ -47,20 +40,6 @@ void AddComputerSystem(Repository& repository, const ComputerNames& names) {
         names.dnsFullyQualified.value_or(names.dnsHostname.value_or(names.netbios.value_or(L"")));
     repository.AddInstance(kNamespace, kClass,
                            {{L"CreationClassName", Value::Text(kClass)}, {L"Name", Value::Text(name)}});
-}
-
-/// The firmware table of the machine that this runs on; nothing when the platform gives none.
-std::optional<SmbiosFirmware> ReadFirmwareTable() {
-    constexpr DWORD kRawSmbios = 0x52534D42;  // 'RSMB'
-    constexpr std::size_t kHeader = 8;        // calling method, major, minor, DMI revision, length (4 bytes)
-    std::vector<std::uint8_t> data(::GetSystemFirmwareTable(kRawSmbios, 0, nullptr, 0));
-    const DWORD size = ::GetSystemFirmwareTable(kRawSmbios, 0, data.data(), static_cast<DWORD>(data.size()));
-    if (size <= kHeader || size > data.size()) return std::nullopt;
-    SmbiosFirmware firmware;
-    firmware.majorVersion = data[1];
-    firmware.minorVersion = data[2];
-    firmware.table.assign(data.begin() + kHeader, data.begin() + size);
-    return firmware;
 }
 
 void DropInstances(Repository& repository, const SuiteObject& object) {

@@ -131,6 +131,10 @@ TEST(MachineFile, ComplaintsNameTheFileAndThePlace) {
               "odd.json: $.objects[0]: namespace, class and properties are expected");
     EXPECT_EQ(Complaint(R"({"devices": [{"raw": {"UINumber": {"type": "REG_X", "hex": ""}}}]})"),
               "odd.json: $.devices[0].raw.UINumber.type: unknown registry type");
+    EXPECT_EQ(Complaint(R"({"devices": [{"raw": {"UiNumber": {"type": "REG_SZ", "hex": ""}}}]})"),
+              "odd.json: $.devices[0].raw.UiNumber: unknown member");
+    EXPECT_EQ(Complaint(R"({"devices": [{"raw": []}]})"),
+              "odd.json: $.devices[0].raw: an object is expected");
     EXPECT_EQ(Complaint("[]"), "odd.json: $: an object is expected");
     EXPECT_THAT(Complaint("{"), HasSubstr("odd.json: "));
     EXPECT_THAT(Complaint("{"), HasSubstr("line 1, column 2"));
