@@ -44,7 +44,8 @@ def validate(document, kind: str):
 
 class Schemas(unittest.TestCase):
     def test_schemas_are_schemas(self):
-        self.assertEqual(set(SCHEMAS), {"common", "instances", "classes", "lines", "tree", "check"})
+        self.assertEqual(set(SCHEMAS), {"common", "instances", "classes", "lines", "tree", "machine", "described-machine",
+                                        "diff", "check"})
         for schema in SCHEMAS.values():
             jsonschema.Draft202012Validator.check_schema(schema)
 

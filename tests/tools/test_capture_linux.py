@@ -52,8 +52,8 @@ class CaptureLinux(unittest.TestCase):
         link.parent.mkdir(parents=True, exist_ok=True)
         os.symlink(self.root / folder, link)
 
-    def capture(self) -> dict:
-        done = subprocess.run([sys.executable, TOOL, "--root", self.root], check=True, capture_output=True)
+    def capture(self, *options) -> dict:
+        done = subprocess.run([sys.executable, TOOL, "--root", self.root, *options], check=True, capture_output=True)
         return json.loads(done.stdout)
 
     def add_card_behind_port(self) -> None:
@@ -129,8 +129,26 @@ class CaptureLinux(unittest.TestCase):
         machine = self.capture()
         self.assertEqual(machine["devices"], [])
         self.assertNotIn("smbios", machine)
-        self.assertEqual(machine["computer"],
+
+    def test_identifiers_are_replaced_unless_they_are_kept(self):
+        chassis = bytes([3, 9, 0, 0, 0, 1, 0, 1, 0]) + b"SN-77\0\0"
+        self.write("sys/firmware/dmi/tables/DMI", chassis)
+        kept = self.capture("--keep-identifiers")
+        self.assertEqual(kept["computer"],
                          {"dnsFullyQualified": "probe.example.com", "dnsHostname": "probe", "netbios": "PROBE"})
+        self.assertEqual(bytes.fromhex(kept["smbios"]["hex"][0]), chassis)
+        machine = self.capture()
+        self.assertEqual(machine["computer"],
+                         {"dnsFullyQualified": "machine.example.com", "dnsHostname": "machine", "netbios": "MACHINE"})
+        self.assertEqual(bytes.fromhex(machine["smbios"]["hex"][0]), chassis.replace(b"SN-77", b"00-01"))
+        self.assertNotIn("probe", json.dumps(machine).lower())
+        self.assertEqual(self.capture(), machine)
+
+    def test_an_output_is_written_whole_or_not_at_all(self):
+        output = self.root / "machine.json"
+        subprocess.run([sys.executable, TOOL, "--root", self.root, "-o", output], check=True, capture_output=True)
+        self.assertEqual(json.loads(output.read_text(encoding="utf-8")), self.capture())
+        self.assertEqual(list(self.root.glob("*.tmp")), [])
 
 
 if __name__ == "__main__":
