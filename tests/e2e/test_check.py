@@ -50,7 +50,7 @@ class Check(unittest.TestCase):
     def test_a_place_that_cannot_be_written_is_named(self):
         answer = prefix.velkpci("check", "-o", prefix.folder / "none" / "sent.json")
         self.assertEqual(answer.code, 2)
-        self.assertRegex(answer.errors, r"\Avelkpci: cannot write .*sent\.json: .+\n\Z")
+        self.assertRegex(answer.errors, r"\Avelkpci: .*sent\.json: cannot be written: .+\n\Z")
 
     def test_a_provider_that_is_not_registered_is_found(self):
         prefix.unregister()
@@ -130,7 +130,7 @@ class Export(unittest.TestCase):
         self.assertEqual(prefix.velkpci("export").code, 2)
         answer = prefix.velkpci("export", "--prometheus", prefix.folder / "none" / "velkpci.prom")
         self.assertEqual(answer.code, 2)
-        self.assertIn("cannot write", answer.errors)
+        self.assertIn("cannot be written", answer.errors)
 
 
 if __name__ == "__main__":

@@ -54,14 +54,14 @@ class Files(unittest.TestCase):
         place = prefix.folder / "nowhere" / "page.html"
         answer = prefix.velkpci("report", "--html", place)
         self.assertEqual((answer.code, answer.output), (2, ""))
-        self.assertRegex(answer.errors, rf"\Avelkpci: cannot write [^\n]*{place.name}: [^\n]+\n\Z")
+        self.assertRegex(answer.errors, rf"\Avelkpci: [^\n]*{place.name}: cannot be written: [^\n]+\n\Z")
 
     def test_a_folder_in_the_files_place_stays_and_nothing_is_left_beside_it(self):
         folder = prefix.folder / "places"
         (folder / "page.html").mkdir(parents=True)
         answer = prefix.velkpci("report", "--html", folder / "page.html")
         self.assertEqual(answer.code, 2)
-        self.assertIn("cannot write", answer.errors)
+        self.assertIn("cannot be written", answer.errors)
         self.assertEqual([each.name for each in folder.iterdir()], ["page.html"])
 
     def test_a_report_replaces_the_one_before_and_leaves_nothing_beside_it(self):

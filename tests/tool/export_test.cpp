@@ -1,6 +1,6 @@
 #include "support/temp_folder.h"
 #include "tool/app/errors.h"
-#include "tool/app/output_file.h"
+#include "tool/app/files.h"
 #include "tool/view/prometheus_view.h"
 #include "tool_fixture.h"
 
@@ -43,29 +43,29 @@ TEST_F(ExportTest, TextsOfFirmwareCannotBreakALabel) {
     EXPECT_THAT(FormatAsPrometheus(inventory), HasSubstr("{slot=\"a\\\"b\\\\c\\nd\","));
 }
 
-TEST(OutputFile, TheWholeTextTakesThePlaceOfWhatWasThere) {
+TEST(WriteFileWhole, TheWholeTextTakesThePlaceOfWhatWasThere) {
     const TempFolder folder;
     const std::string file = velkhost::Utf8FromWide(folder.Path(L"größe.txt"));
-    WriteOutputFile(file, "old and long");
-    WriteOutputFile(file, "new");
+    WriteFileWhole(file, "old and long");
+    WriteFileWhole(file, "new");
     EXPECT_EQ(ReadBytes(folder.Path(L"größe.txt")), "new");
     WIN32_FIND_DATAW found{};
     const HANDLE beside = ::FindFirstFileW(folder.Path(L"größe.txt.*.tmp").c_str(), &found);
     EXPECT_EQ(beside, INVALID_HANDLE_VALUE) << "something is left beside it";
 }
 
-TEST(OutputFile, APlaceThatCannotBeWrittenIsNamedWithTheReason) {
+TEST(WriteFileWhole, APlaceThatCannotBeWrittenIsNamedWithTheReason) {
     const TempFolder folder;
     const std::string file = velkhost::Utf8FromWide(folder.Path(L"none\\file.txt"));
     try {
-        WriteOutputFile(file, "text");
+        WriteFileWhole(file, "text");
         FAIL();
     } catch (const InputError& error) {
-        EXPECT_THAT(error.what(), testing::StartsWith("cannot write " + file + ": "));
+        EXPECT_THAT(error.what(), testing::StartsWith(file + ": cannot be written: "));
     }
     // A folder of that name stays, and nothing is left beside it.
     folder.MakeFolder(L"taken");
-    EXPECT_THROW(WriteOutputFile(velkhost::Utf8FromWide(folder.Path(L"taken")), "text"), InputError);
+    EXPECT_THROW(WriteFileWhole(velkhost::Utf8FromWide(folder.Path(L"taken")), "text"), InputError);
     WIN32_FIND_DATAW found{};
     EXPECT_EQ(::FindFirstFileW(folder.Path(L"taken.*").c_str(), &found), INVALID_HANDLE_VALUE);
 }

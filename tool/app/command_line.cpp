@@ -169,6 +169,8 @@ CommandLine ReadCommandLine(std::vector<std::string> arguments) {
     app.footer(kFooter);
     app.set_version_flag("--version", std::string("velkpci ") + kVersion);
     app.require_subcommand(1);
+    // A word such as /home/me/machine.json is a file.
+    app.allow_windows_style_options(false);
     DescribeSources(app, line.options.source);
     DescribeOutput(app, line.options.output, formats);
     for (std::size_t i = 0; i < CommandTable().size(); ++i) {

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "tool/app/output_file.h"
+#include "tool/app/files.h"
 #include "tool/check/gather.h"
 #include "tool/check/verdict.h"
 #include "tool/commands/commands.h"
@@ -20,7 +20,7 @@ class CheckCommand final : public Command {
         const std::vector<Verdict> verdicts = Judge(facts);
         const bool isJson = context.Options().output.format == Format::kJson;
         context.Out().Print(isJson ? FormatVerdictsAsJson(facts, verdicts) : FormatVerdicts(verdicts));
-        if (!file_.empty()) WriteOutputFile(file_, FormatVerdictsAsJson(facts, verdicts));
+        if (!file_.empty()) WriteFileWhole(file_, FormatVerdictsAsJson(facts, verdicts));
         const bool hasFailed = std::ranges::any_of(
             verdicts, [](const Verdict& verdict) { return verdict.outcome == Outcome::kFailed; });
         return hasFailed ? kFailure : kSuccess;

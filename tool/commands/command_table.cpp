@@ -26,6 +26,13 @@ constexpr const char* kClassesExamples =
 constexpr const char* kDumpExamples =
     "  velkpci dump\n"
     "  velkpci dump --json > inventory.json\n";
+constexpr const char* kCaptureExamples =
+    "  velkpci capture -o this-server.json\n"
+    "  velkpci --provider capture -o this-server.json\n"
+    "  velkpci --machine machines/tower-with-gaps.json capture -o again.json\n";
+constexpr const char* kDiffExamples =
+    "  velkpci diff before.json after.json\n"
+    "  velkpci diff machines/no-smbios.json machines/odd-bridges.json --json\n";
 
 constexpr const char* kCheckExamples =
     "  velkpci check\n"
@@ -56,6 +63,10 @@ const CommandRow kCommands[] = {
      &MakeCheckCommand},
     {"export", "Write the inventory for another program", kExportExamples, kTextAlone, &MakeExportCommand},
     {"report", "Write a page or a drawing of the machine", kReportExamples, kTextAlone, &MakeReportCommand},
+    {"capture", "Write a machine file of this computer, for --machine", kCaptureExamples, kTextAlone,
+     &MakeCaptureCommand},
+    {"diff", "Tell what differs between two machine files or two saved dumps", kDiffExamples, kJson,
+     &MakeDiffCommand},
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "tool/app/output_file.h"
+#include "tool/app/files.h"
 #include "tool/commands/commands.h"
 #include "tool/view/prometheus_view.h"
 
@@ -14,7 +14,7 @@ class ExportCommand final : public Command {
 
     int Run(Context& context) override {
         const Inventory inventory = ReadInventory(context.Reader());
-        WriteOutputFile(file_, FormatAsPrometheus(inventory));
+        WriteFileWhole(file_, FormatAsPrometheus(inventory));
         return context.Finish(context.FailuresOf(inventory));
     }
 

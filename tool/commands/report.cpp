@@ -1,7 +1,7 @@
 #include "tool/view/report/report.h"
 
 #include "tool/app/errors.h"
-#include "tool/app/output_file.h"
+#include "tool/app/files.h"
 #include "tool/commands/commands.h"
 
 namespace velkpci {
@@ -18,8 +18,8 @@ class ReportCommand final : public Command {
         if (html_.empty() && svg_.empty()) throw InputError("report needs --html FILE, --svg FILE, or both");
         const Inventory inventory = ReadInventory(context.Reader());
         const std::vector<Failure> failures = context.FailuresOf(inventory);
-        if (!html_.empty()) WriteOutputFile(html_, FormatReportAsHtml(inventory, failures));
-        if (!svg_.empty()) WriteOutputFile(svg_, FormatReportAsSvg(inventory, failures));
+        if (!html_.empty()) WriteFileWhole(html_, FormatReportAsHtml(inventory, failures));
+        if (!svg_.empty()) WriteFileWhole(svg_, FormatReportAsSvg(inventory, failures));
         return context.Finish(failures);
     }
 

@@ -24,7 +24,6 @@ using velkhost::WideFromUtf8;
 
 constexpr const wchar_t* kProductMof = L"VelkWmiPci.mof";
 constexpr const wchar_t* kStandaloneMof = L"standalone.mof";
-constexpr const wchar_t* kSuiteClasses[] = {L"Velk_WinComputerSystem", L"Velk_ComputerSystemChassis"};
 
 fs::path ProgramFolder() {
     std::wstring file(32768, L'\0');

@@ -7,6 +7,9 @@
 
 namespace velkpci {
 
+/// The management suite's classes of computer system and chassis, which the provider's references lead to.
+inline constexpr const wchar_t* kSuiteClasses[] = {L"Velk_WinComputerSystem", L"Velk_ComputerSystemChassis"};
+
 /// The folder "mof" that holds VelkWmiPci.mof and stands in the program's folder or in one above it. Throws
 /// InputError when there is none.
 std::filesystem::path FindShippedMof(const std::filesystem::path& programFolder);
