@@ -7,11 +7,15 @@ target_link_libraries(velk_precompiled PRIVATE velk_options)
 set(velk_precompiled_headers <functional> <map> <memory> <optional> <string> <variant> <vector> <common/platform.h>)
 target_precompile_headers(velk_precompiled PRIVATE ${velk_precompiled_headers})
 
-# velk_room(NAME [LINKS target...]): the static library velk_NAME of all sources of the current folder.
+# velk_room(NAME [LINKS target...] [EXCEPT regex]): the static library velk_NAME of all sources of the current folder,
+# but for those whose path matches.
 function(velk_room name)
-    cmake_parse_arguments(arg "" "" "LINKS" ${ARGN})
+    cmake_parse_arguments(arg "" "EXCEPT" "LINKS" ${ARGN})
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
     list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
+    if(arg_EXCEPT)
+        list(FILTER sources EXCLUDE REGEX "${arg_EXCEPT}")
+    endif()
     if(NOT sources)
         add_library(velk_${name} INTERFACE)
         target_link_libraries(velk_${name} INTERFACE velk_options velk_windows_libs ${arg_LINKS})

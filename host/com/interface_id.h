@@ -14,6 +14,10 @@ struct InterfaceId<IClassFactory> {
     static const IID& Get() noexcept { return IID_IClassFactory; }
 };
 template <>
+struct InterfaceId<IClientSecurity> {
+    static const IID& Get() noexcept { return IID_IClientSecurity; }
+};
+template <>
 struct InterfaceId<IWbemPath> {
     static const IID& Get() noexcept { return kIidIWbemPath; }
 };

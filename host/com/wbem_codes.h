@@ -18,6 +18,8 @@ inline constexpr HRESULT kWbemProviderLoadFailure = static_cast<HRESULT>(WBEM_E_
 inline constexpr HRESULT kWbemProviderTimedOut = static_cast<HRESULT>(WBEM_E_PROVIDER_TIMED_OUT);
 inline constexpr HRESULT kWbemCallCancelled = static_cast<HRESULT>(WBEM_E_CALL_CANCELLED);
 inline constexpr HRESULT kWbemShuttingDown = static_cast<HRESULT>(WBEM_E_SHUTTING_DOWN);
+inline constexpr HRESULT kWbemLocalCredentials = static_cast<HRESULT>(WBEM_E_LOCAL_CREDENTIALS);
+inline constexpr HRESULT kWbemInitializationFailure = static_cast<HRESULT>(WBEM_E_INITIALIZATION_FAILURE);
 inline constexpr HRESULT kWbemTransportFailure = static_cast<HRESULT>(WBEM_E_TRANSPORT_FAILURE);
 
 /// A wait without end: WBEM_INFINITE as the LONG that the interfaces take.

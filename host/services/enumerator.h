@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "host/com/com_object.h"
+#include "host/com/secured_object.h"
 #include "host/services/result_stream.h"
 
 namespace velkhost {
@@ -13,7 +13,7 @@ namespace velkhost {
 /// WBEM_S_FALSE, and the next call returns the failure. A forward-only enumerator lets go of each object as
 /// it hands it out, and refuses Reset and Clone with WBEM_E_INVALID_OPERATION. Calls on one enumerator are
 /// serialised.
-class Enumerator final : public ComObject<IEnumWbemClassObject> {
+class Enumerator final : public SecuredObject<IEnumWbemClassObject> {
   public:
     Enumerator(std::shared_ptr<ResultStream> stream, bool forwardOnly, std::size_t position = 0);
 

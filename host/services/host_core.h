@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/model/repository.h"
+#include "host/services/async_call.h"
 #include "host/services/provider_cache.h"
 #include "host/services/workers.h"
 
@@ -30,6 +31,7 @@ class HostCore : public std::enable_shared_from_this<HostCore> {
     const HostOptions& Options() const { return options_; }
     ProviderCache& Providers() { return providers_; }
     Workers& Threads() { return workers_; }
+    AsyncCalls& Calls() { return calls_; }
 
     /// New services for a namespace ("root\VKQ"); null when there is no such namespace.
     velk::ComPtr<IWbemServices> Connect(const std::wstring& nameSpace);
@@ -55,6 +57,7 @@ class HostCore : public std::enable_shared_from_this<HostCore> {
     /// By namespace and class: associations are followed with tens of thousands of small requests.
     std::map<std::wstring, std::shared_ptr<const std::vector<ClassPtr>>> dynamicClasses_;
     ProviderCache providers_;
+    AsyncCalls calls_;
     Workers workers_;
     std::atomic<bool> shutDown_ = false;
 };

@@ -14,8 +14,9 @@ class Locator final : public ComObject<IWbemLocator> {
   public:
     explicit Locator(std::shared_ptr<HostCore> core) : core_(std::move(core)) {}
 
-    /// WBEM_E_TRANSPORT_FAILURE for another machine, WBEM_E_INVALID_NAMESPACE for an unknown namespace. Who
-    /// connects and in which locale makes no difference.
+    /// WBEM_E_TRANSPORT_FAILURE for another machine, WBEM_E_INVALID_NAMESPACE for an unknown namespace,
+    /// WBEM_E_LOCAL_CREDENTIALS for a user who is named: on the own machine the caller is who he is. The
+    /// locale makes no difference.
     HRESULT STDMETHODCALLTYPE ConnectServer(const BSTR resource, const BSTR user, const BSTR password,
                                             const BSTR locale, LONG securityFlags, const BSTR authority,
                                             IWbemContext* context,

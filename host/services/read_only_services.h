@@ -1,13 +1,13 @@
 #pragma once
 
-#include "host/com/com_object.h"
+#include "host/com/secured_object.h"
 
 namespace velkhost {
 
 /// The part of IWbemServices that the host refuses: writing and deleting, methods, events. Instances are the
 /// providers' affair, which are read-only (WBEM_E_PROVIDER_NOT_CAPABLE); classes and events are the
 /// repository's, which is fixed while the host runs (WBEM_E_NOT_SUPPORTED).
-class ReadOnlyServices : public ComObject<IWbemServices> {
+class ReadOnlyServices : public SecuredObject<IWbemServices> {
   public:
     HRESULT STDMETHODCALLTYPE CancelAsyncCall(IWbemObjectSink*) noexcept override {
         return velk::kWbemNotSupported;

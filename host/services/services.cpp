@@ -18,6 +18,12 @@ bool IsDeep(LONG flags) { return (flags & WBEM_FLAG_SHALLOW) == 0; }
 Services::Services(std::shared_ptr<HostCore> core, std::wstring nameSpace)
     : core_(std::move(core)), nameSpace_(std::move(nameSpace)) {}
 
+HRESULT Services::CancelAsyncCall(IWbemObjectSink* sink) noexcept {
+    if (sink == nullptr) return velk::kWbemInvalidParameter;
+    return GuardedCall(
+        [&] { return core_->Calls().Cancel(sink) ? velk::kWbemNoError : velk::kWbemNotFound; });
+}
+
 HRESULT Services::OpenNamespace(const BSTR nameSpace, LONG, IWbemContext*, IWbemServices** services,
                                 IWbemCallResult** callResult) noexcept {
     if (nameSpace == nullptr || services == nullptr) return velk::kWbemInvalidParameter;
@@ -38,7 +44,11 @@ HRESULT Services::GetObject(const BSTR path, LONG, IWbemContext* context, IWbemC
     *object = nullptr;
     return GuardedCall([&] {
         velk::ComPtr<ClassObject> found;
-        const HRESULT result = Requests(*core_, nameSpace_, this).Object(TextOf(path), context, found);
+        HRESULT result = kWbemShuttingDown;
+        core_->Threads().Run([&] {
+            result = GuardedCall(
+                [&] { return Requests(*core_, nameSpace_, this).Object(TextOf(path), context, found); });
+        });
         if (SUCCEEDED(result)) *object = found.Detach();
         return result;
     });
@@ -178,7 +188,8 @@ HRESULT Services::Enumerate(Job job, LONG flags, bool mayTakeLong, IEnumWbemClas
         const velk::ComPtr<Services> self(this);
         if (!core_->Threads().Start([run, self] { run(*self); })) return kWbemShuttingDown;
     } else {
-        const HRESULT result = run(*this);
+        HRESULT result = kWbemShuttingDown;
+        core_->Threads().Run([&] { result = run(*this); });
         if (FAILED(result) && !returnsAtOnce) return result;
     }
     const bool forwardOnly = (flags & WBEM_FLAG_FORWARD_ONLY) != 0;
@@ -189,13 +200,10 @@ HRESULT Services::Enumerate(Job job, LONG flags, bool mayTakeLong, IEnumWbemClas
 HRESULT Services::Deliver(Job job, IWbemObjectSink* sink) {
     if (sink == nullptr) return velk::kWbemInvalidParameter;
     const velk::ComPtr<Services> self(this);
-    const velk::ComPtr<IWbemObjectSink> receiver(sink);
-    const bool started = core_->Threads().Start([self, receiver, job = std::move(job)] {
-        const HRESULT result = self->Run(job, [&](const velk::ComPtr<ClassObject>& object) {
-            IWbemClassObject* plain = object.Get();
-            receiver->Indicate(1, &plain);
-        });
-        receiver->SetStatus(WBEM_STATUS_COMPLETE, result, nullptr, nullptr);
+    const auto call = core_->Calls().Begin(velk::ComPtr<IWbemObjectSink>(sink));
+    const bool started = core_->Threads().Start([self, call, job = std::move(job)] {
+        call->Finish(
+            self->Run(job, [&](const velk::ComPtr<ClassObject>& object) { call->Deliver(object.Get()); }));
     });
     return started ? velk::kWbemNoError : kWbemShuttingDown;
 }

@@ -15,11 +15,15 @@ namespace velkhost {
 /// provider has to be asked: then they run on a thread of their own, and the enumerator, which is returned at
 /// once, delivers their failure too. With that flag an unknown class is therefore told by the enumerator; a
 /// query that cannot be read is always refused at once. The ...Async forms always run on a thread of their
-/// own and end with SetStatus.
+/// own and end with SetStatus. A provider is only asked by threads of the multi-threaded apartment: a caller
+/// in another one waits for such a thread.
 class Services final : public ReadOnlyServices {
   public:
     Services(std::shared_ptr<HostCore> core, std::wstring nameSpace);
 
+    /// Ends the calls with that sink: its SetStatus gets WBEM_E_CALL_CANCELLED, before this returns unless an
+    /// object is being delivered. WBEM_E_NOT_FOUND when there is no such call.
+    HRESULT STDMETHODCALLTYPE CancelAsyncCall(IWbemObjectSink* sink) noexcept override;
     HRESULT STDMETHODCALLTYPE OpenNamespace(const BSTR nameSpace, LONG flags, IWbemContext* context,
                                             IWbemServices** services,
                                             IWbemCallResult** callResult) noexcept override;

@@ -6,6 +6,15 @@
 #include "host/services/apartment.h"
 
 namespace velkhost {
+namespace {
+
+bool IsInMultiThreadedApartment() {
+    APTTYPE type = APTTYPE_STA;
+    APTTYPEQUALIFIER qualifier = APTTYPEQUALIFIER_NONE;
+    return SUCCEEDED(::CoGetApartmentType(&type, &qualifier)) && type == APTTYPE_MTA;
+}
+
+}  // namespace
 
 Workers::Workers() : stop_(::CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
     if (!stop_) throw std::bad_alloc();
@@ -33,6 +42,21 @@ bool Workers::Start(Task task) {
         throw;
     }
     return true;
+}
+
+bool Workers::Run(const Task& task) {
+    if (IsInMultiThreadedApartment()) {
+        task();
+        return true;
+    }
+    const velk::UniqueHandle done(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!done) throw std::bad_alloc();
+    const bool started = Start([&task, &done] {
+        task();
+        ::SetEvent(done.Get());
+    });
+    if (started) ::WaitForSingleObject(done.Get(), INFINITE);
+    return started;
 }
 
 void Workers::Stop() {

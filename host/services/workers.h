@@ -22,6 +22,10 @@ class Workers {
 
     /// Runs the task on a thread of its own; false after Stop, then it is not run.
     bool Start(Task task);
+    /// Runs the task before it returns: on the caller's thread where that belongs to the multi-threaded
+    /// apartment, for which providers are made, else on a thread of its own. False after Stop, when it would
+    /// take such a thread. The task must not throw.
+    bool Run(const Task& task);
     /// Asks the running tasks to end, by the event, and waits until they have. Not to be called by one of
     /// them.
     void Stop();

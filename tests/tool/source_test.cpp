@@ -40,31 +40,6 @@ TEST_F(WmiSourceTest, ARefusedConnectionNamesWhatWasAskedAndTheStatus) {
     EXPECT_THROW(OpenWmiSource(options, console_), WmiError);
 }
 
-std::vector<std::wstring> MofNames(const SourceOptions& options, const velkhost::Machine* machine) {
-    std::vector<std::wstring> names;
-    for (const auto& file : MofFilesFor(options, machine, L"mof")) names.push_back(file.filename().wstring());
-    return names;
-}
-
-TEST(HostedSource, TheSuiteIsThereOnlyWhereTheMachineOrTheOptionsSaySo) {
-    velkhost::Machine machine;
-    EXPECT_THAT(MofNames({}, &machine), ElementsAre(L"VelkWmiPci.mof"));
-    EXPECT_THAT(MofNames({}, nullptr), ElementsAre(L"VelkWmiPci.mof"));
-    machine.suite = true;
-    EXPECT_THAT(MofNames({}, &machine), ElementsAre(L"VelkWmiPci.mof", L"standalone.mof"));
-    machine.suite = false;
-    machine.objects.push_back({L"root\\VKQ", L"velk_computersystemchassis", nlohmann::json::object()});
-    EXPECT_THAT(MofNames({}, &machine), ElementsAre(L"VelkWmiPci.mof", L"standalone.mof"));
-    SourceOptions standalone;
-    standalone.standalone = true;
-    EXPECT_THAT(MofNames(standalone, nullptr), ElementsAre(L"VelkWmiPci.mof", L"standalone.mof"));
-}
-
-TEST(HostedSource, TheShippedMofIsFoundInAFolderAbove) {
-    const velktest::TempFolder folder;
-    velktest::WriteBytes(folder.MakeFolder(L"mof") + L"VelkWmiPci.mof", "");
-    EXPECT_EQ(FindShippedMof(folder.MakeFolder(L"build\\release")).filename(), L"mof");
-}
 
 class ProgramTest : public testing::Test {
   protected:

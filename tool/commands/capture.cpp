@@ -1,12 +1,12 @@
 #include "host/machine/machine_capture.h"
 #include "host/machine/machine_replay.h"
+#include "host/machine/machine_setup.h"
 #include "host/machine/machine_writer.h"
 #include "host/utf8.h"
 #include "tool/app/errors.h"
 #include "tool/app/files.h"
 #include "tool/capture/identifiers.h"
 #include "tool/commands/commands.h"
-#include "tool/source/hosted_source.h"
 #include "tool/view/json_view.h"
 
 namespace velkpci {
@@ -79,7 +79,8 @@ class CaptureCommand final : public Command {
     static void AddSuite(Context& context, Machine& machine, std::vector<Failure>& failures) {
         try {
             WmiReader& reader = context.Reader();
-            for (const wchar_t* name : kSuiteClasses) AddClass(context, reader, name, machine, failures);
+            for (const wchar_t* name : velkhost::kSuiteClasses)
+                AddClass(context, reader, name, machine, failures);
         } catch (const WmiError& error) {
             if (!IsAbsent(error.Status())) failures.push_back(context.Explain(error.what(), error.Status()));
         }

@@ -1,14 +1,11 @@
 #include "tool/source/hosted_source.h"
 
-#include <algorithm>
 #include <mutex>
 #include <optional>
 #include <utility>
 
-#include "common/handle.h"
-#include "host/machine/machine_replay.h"
 #include "host/machine/machine_repository.h"
-#include "host/services/registered_server.h"
+#include "host/machine/machine_setup.h"
 #include "host/utf8.h"
 #include "host/wmi_host.h"
 #include "tool/app/errors.h"
@@ -21,25 +18,6 @@ using velkhost::Machine;
 using velkhost::Repository;
 using velkhost::Utf8FromWide;
 using velkhost::WideFromUtf8;
-
-constexpr const wchar_t* kProductMof = L"VelkWmiPci.mof";
-constexpr const wchar_t* kStandaloneMof = L"standalone.mof";
-
-fs::path ProgramFolder() {
-    std::wstring file(32768, L'\0');
-    file.resize(::GetModuleFileNameW(nullptr, file.data(), static_cast<DWORD>(file.size())));
-    return fs::path(file).parent_path();
-}
-
-bool HasSuite(const Machine& machine) {
-    return machine.suite ||
-           std::any_of(
-               machine.objects.begin(), machine.objects.end(), [](const velkhost::SuiteObject& object) {
-                   return std::any_of(
-                       std::begin(kSuiteClasses), std::end(kSuiteClasses),
-                       [&](const wchar_t* name) { return velkhost::SameName(object.className, name); });
-               });
-}
 
 /// What the host says, from any thread, until it is asked for.
 class Report {
@@ -58,12 +36,23 @@ class Report {
     std::string text_;
 };
 
+std::vector<fs::path> DefaultMofFiles(const Machine* machine, bool standalone) {
+    try {
+        return velkhost::ShippedMofFiles(machine, standalone,
+                                         velkhost::FindShippedMof(velkhost::FolderOfModule(nullptr)));
+    } catch (const velkhost::MachineError& error) {
+        throw InputError(std::string(error.what()) + ": name the files with --mof");
+    }
+}
+
 class HostedSource final : public Source {
   public:
     HostedSource(SourceInfo info, std::wstring nameSpace, Repository repository,
                  std::optional<Machine> machine, const Console& console, bool verbose)
         : Source(std::move(info)) {
-        if (machine) Replay(std::move(*machine), repository, nameSpace, console, verbose);
+        if (machine) provider_.emplace(repository, nameSpace, std::move(*machine));
+        if (provider_ && provider_->File() && verbose)
+            console.PrintError("provider: " + Utf8FromWide(*provider_->File()) + "\n");
         velkhost::HostOptions options;
         options.report = [report = report_](const std::wstring& message) {
             report->Add(Utf8FromWide(message));
@@ -77,48 +66,14 @@ class HostedSource final : public Source {
     std::string TakeReport() const override { return report_->Take(); }
 
   private:
-    void Replay(Machine machine, const Repository& repository, const std::wstring& nameSpace,
-                const Console& console, bool verbose) {
-        // All classes are served by one DLL, the first registered one tells which. Without any there is
-        // nothing to redirect: the request for an instance will say what is missing.
-        for (const std::wstring& name : repository.ClassNames(nameSpace)) {
-            const auto clsid = repository.ProviderClsid(nameSpace, name);
-            const auto file = clsid ? velkhost::RegisteredServer(*clsid) : std::nullopt;
-            if (!file) continue;
-            provider_.Reset(::LoadLibraryExW(file->c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
-            if (!provider_) continue;
-            if (verbose) console.PrintError("provider: " + Utf8FromWide(*file) + "\n");
-            replay_.emplace(provider_.Get(), std::move(machine));
-            return;
-        }
-    }
-
     const std::shared_ptr<Report> report_ = std::make_shared<Report>();
-    // Destroyed from the last to the first: the providers go before the redirections, these before the DLL.
-    velk::UniqueLibrary provider_;
-    std::optional<velkhost::MachineReplay> replay_;
+    // Destroyed from the last to the first: the provider objects go before their DLL.
+    std::optional<velkhost::ReplayedProvider> provider_;
     std::optional<velkhost::WmiHost> host_;
     velk::ComPtr<IWbemServices> services_;
 };
 
 }  // namespace
-
-fs::path FindShippedMof(const fs::path& programFolder) {
-    for (fs::path folder = programFolder; !folder.empty(); folder = folder.parent_path()) {
-        if (fs::exists(folder / L"mof" / kProductMof)) return folder / L"mof";
-        if (folder == folder.parent_path()) break;
-    }
-    throw InputError(
-        "no folder \"mof\" with VelkWmiPci.mof beside the program or above it: name the files with --mof");
-}
-
-std::vector<fs::path> MofFilesFor(const SourceOptions& options, const Machine* machine,
-                                  const fs::path& mofFolder) {
-    std::vector<fs::path> files = {mofFolder / kProductMof};
-    if (options.standalone || (machine != nullptr && HasSuite(*machine)))
-        files.push_back(mofFolder / kStandaloneMof);
-    return files;
-}
 
 std::unique_ptr<Source> OpenHostedSource(const SourceOptions& options, const Console& console) {
     const std::wstring nameSpace = velkhost::NormalizeNamespace(WideFromUtf8(options.nameSpace));
@@ -127,7 +82,7 @@ std::unique_ptr<Source> OpenHostedSource(const SourceOptions& options, const Con
     Machine* const replayed = machine ? &*machine : nullptr;
     std::vector<fs::path> mofFiles;
     for (const std::string& file : options.mofFiles) mofFiles.emplace_back(WideFromUtf8(file));
-    if (mofFiles.empty()) mofFiles = MofFilesFor(options, replayed, FindShippedMof(ProgramFolder()));
+    if (mofFiles.empty()) mofFiles = DefaultMofFiles(replayed, options.standalone);
     if (options.verbose) {
         for (const fs::path& file : mofFiles)
             console.PrintError("class definitions: " + Utf8FromWide(file.wstring()) + "\n");
