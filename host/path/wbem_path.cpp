@@ -48,7 +48,7 @@ std::optional<std::wstring> PathText(const PathState& state, long flags) {
         case 0:
             return FormatLocalPath(state.path);
         case WBEMPATH_GET_RELATIVE_ONLY:
-            if (state.path.className.empty()) return std::nullopt;
+            if (state.path.className.empty()) return std::wstring();
             return FormatRelativePath(state.path);
         case WBEMPATH_GET_SERVER_TOO:
             return FormatFullPath(state.path);

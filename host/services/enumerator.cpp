@@ -63,7 +63,7 @@ HRESULT Enumerator::Clone(IEnumWbemClassObject** copy) noexcept {
 }
 
 HRESULT Enumerator::Skip(LONG timeout, ULONG count) noexcept {
-    if (count == 0 || !IsTimeout(timeout)) return velk::kWbemInvalidParameter;
+    if (!IsTimeout(timeout)) return velk::kWbemInvalidParameter;
     return GuardedCall([&] { return Advance(timeout, count, nullptr); });
 }
 

@@ -47,6 +47,8 @@ class Prefix:
         self.drive = self.folder / "wineprefix" / "drive_c"
         self.logs = self.drive / "windows" / "system32" / "wbem" / "logs"
         self.log = self.logs / "VelkWBEMServer.log"
+        # What the programs find in their environment, beside what is there already.
+        self.environment = {}
         # What an interrupted run left behind.
         shutil.rmtree(self.folder, ignore_errors=True)
         self.folder.mkdir()
@@ -64,7 +66,8 @@ class Prefix:
 
     def start(self, *arguments) -> Answer:
         command = [ROOT / "tools" / "wine-run", self.folder, *map(str, arguments)]
-        return Answer(subprocess.run(command, capture_output=True, timeout=600))
+        environment = {**os.environ, **self.environment}
+        return Answer(subprocess.run(command, capture_output=True, timeout=600, env=environment))
 
     def wine(self, *arguments) -> Answer:
         """A program that must succeed."""
@@ -73,11 +76,11 @@ class Prefix:
             raise AssertionError(f"{arguments}: {answer}")
         return answer
 
-    def register(self):
-        self.wine("regsvr32", "/s", self.build / "VelkWmiPci.dll")
+    def register(self, library="VelkWmiPci.dll"):
+        self.wine("regsvr32", "/s", self.build / library)
 
-    def unregister(self):
-        self.wine("regsvr32", "/s", "/u", self.build / "VelkWmiPci.dll")
+    def unregister(self, library="VelkWmiPci.dll"):
+        self.wine("regsvr32", "/s", "/u", self.build / library)
 
     def velkpci(self, *arguments, machine=SERVER) -> Answer:
         return self.start(self.build / "velkpci.exe", "--machine", machine, *arguments)

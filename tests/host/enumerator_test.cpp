@@ -120,7 +120,7 @@ TEST_F(EnumeratorTest, SkipPassesOverObjects) {
     EXPECT_EQ(enumerator->Skip(0, 2), S_OK);
     EXPECT_THAT(Next(*enumerator, 0, 1, S_OK), ElementsAre(2));
     EXPECT_EQ(enumerator->Skip(0, 1), velk::kWbemFalse);
-    EXPECT_EQ(enumerator->Skip(0, 0), velk::kWbemInvalidParameter);
+    EXPECT_EQ(enumerator->Skip(0, 0), S_OK) << "script clients skip none to reach the first of a set";
 }
 
 TEST_F(EnumeratorTest, NextAsyncDeliversAndReportsFewer) {
