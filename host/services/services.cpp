@@ -202,8 +202,13 @@ HRESULT Services::Deliver(Job job, IWbemObjectSink* sink) {
     const velk::ComPtr<Services> self(this);
     const auto call = core_->Calls().Begin(velk::ComPtr<IWbemObjectSink>(sink));
     const bool started = core_->Threads().Start([self, call, job = std::move(job)] {
-        call->Finish(
-            self->Run(job, [&](const velk::ComPtr<ClassObject>& object) { call->Deliver(object.Get()); }));
+        // Handed on when the provider is through, as WMI queues what providers deliver: they call Indicate
+        // under locks of their own, which a client that asks again from within its sink would wait for.
+        std::vector<velk::ComPtr<ClassObject>> objects;
+        const HRESULT result =
+            self->Run(job, [&](const velk::ComPtr<ClassObject>& object) { objects.push_back(object); });
+        for (const auto& object : objects) call->Deliver(object.Get());
+        call->Finish(result);
     });
     return started ? velk::kWbemNoError : kWbemShuttingDown;
 }

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <functional>
+#include <mutex>
 #include <optional>
 #include <thread>
 
@@ -108,10 +109,7 @@ TEST_F(ProtocolAbuse, AnEnumeratorIsReleasedWhileItsProviderWorks) {
     ASSERT_TRUE(IsSet(asked_));
     enumerator.Reset();
     ::SetEvent(goOn_.Get());
-    script_->enumerate = [](IWbemServices* nameSpace, IWbemObjectSink* sink) {
-        return AnswerItems(nameSpace, sink, 2);
-    };
-    EXPECT_THAT(QueryTexts(L"SELECT * FROM Item"), SizeIs(2));
+    EXPECT_THAT(QueryTexts(L"SELECT * FROM Item"), SizeIs(3));
 }
 
 TEST_F(ProtocolAbuse, AnObjectOutlivesTheHost) {
@@ -132,6 +130,24 @@ TEST_F(ProtocolAbuse, AClientAsksAgainFromWithinIndicateAndSetStatus) {
     EXPECT_EQ(sink->status, S_OK);
     EXPECT_EQ(sink->objects, 3);
     EXPECT_EQ(found, 12u);
+}
+
+TEST_F(ProtocolAbuse, AClientThatAsksFromWithinIndicateFindsTheProviderFree) {
+    std::mutex provider;
+    script_->enumerate = [&](IWbemServices* nameSpace, IWbemObjectSink* sink) {
+        const std::unique_lock inside(provider, std::try_to_lock);
+        if (!inside) return velk::kWbemFailed;
+        return AnswerItems(nameSpace, sink, 3);
+    };
+    std::vector<std::size_t> found;
+    const auto sink = MakeComObject<MeddlingSink>([&] {
+        velk::ComPtr<IEnumWbemClassObject> enumerator;
+        ASSERT_EQ(Enumerate(L"Item", enumerator, kSemisynchronous), S_OK);
+        found.push_back(Drain(*enumerator).size());
+    });
+    ASSERT_EQ(EnumerateAsync(sink.Get()), S_OK);
+    ASSERT_TRUE(IsSet(sink->done));
+    EXPECT_THAT(found, ElementsAre(3u, 3u, 3u));
 }
 
 TEST_F(ProtocolAbuse, ACancelledCallGetsItsOneStatusAtOnceAndNoObjectAfterwards) {
