@@ -25,10 +25,10 @@ bool HasSuite(const Machine& machine) {
 
 }  // namespace
 
-fs::path FolderOfModule(HMODULE module) {
+fs::path FileOfModule(HMODULE module) {
     std::wstring file(kLongestPath, L'\0');
     file.resize(::GetModuleFileNameW(module, file.data(), static_cast<DWORD>(file.size())));
-    return fs::path(file).parent_path();
+    return fs::path(file);
 }
 
 fs::path FindShippedMof(const fs::path& folder) {

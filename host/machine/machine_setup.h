@@ -15,8 +15,8 @@ namespace velkhost {
 /// The management suite's classes of computer system and chassis, which the provider's references lead to.
 inline constexpr const wchar_t* kSuiteClasses[] = {L"Velk_WinComputerSystem", L"Velk_ComputerSystemChassis"};
 
-/// The folder that a module's file lies in; null stands for the program's own. Throws std::bad_alloc.
-std::filesystem::path FolderOfModule(HMODULE module);
+/// The file of a module; null stands for the program's own. Throws std::bad_alloc.
+std::filesystem::path FileOfModule(HMODULE module);
 
 /// The folder "mof" that holds VelkWmiPci.mof and stands in the given folder or in one above it. Throws
 /// MachineError when there is none.

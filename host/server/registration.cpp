@@ -26,12 +26,7 @@ bool IsWine() {
     return ntdll != nullptr && ::GetProcAddress(ntdll, "wine_get_version") != nullptr;
 }
 
-std::wstring OwnFile() {
-    std::wstring file(32768, L'\0');
-    const HMODULE module = reinterpret_cast<HMODULE>(&__ImageBase);
-    file.resize(::GetModuleFileNameW(module, file.data(), static_cast<DWORD>(file.size())));
-    return file;
-}
+std::wstring OwnFile() { return FileOfModule(reinterpret_cast<HMODULE>(&__ImageBase)).wstring(); }
 
 // A user's registration of these classes is not looked at by Wine, nor by services on Windows.
 std::wstring ServerKey(REFCLSID clsid) {

@@ -64,7 +64,8 @@ struct Server::Session {
     explicit Session(std::optional<Machine> configured) {
         Machine* const machine = configured ? &*configured : nullptr;
         Repository repository = BuildRepository(
-            ShippedMofFiles(machine, false, FindShippedMof(FolderOfModule(ThisModule()))), machine);
+            ShippedMofFiles(machine, false, FindShippedMof(FileOfModule(ThisModule()).parent_path())),
+            machine);
         // The provider lives in the multi-threaded apartment, whatever apartments the clients come from.
         if (FAILED(::CoIncrementMTAUsage(&apartment)))
             throw std::runtime_error("the multi-threaded apartment cannot be kept");

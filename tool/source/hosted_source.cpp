@@ -38,8 +38,8 @@ class Report {
 
 std::vector<fs::path> DefaultMofFiles(const Machine* machine, bool standalone) {
     try {
-        return velkhost::ShippedMofFiles(machine, standalone,
-                                         velkhost::FindShippedMof(velkhost::FolderOfModule(nullptr)));
+        return velkhost::ShippedMofFiles(
+            machine, standalone, velkhost::FindShippedMof(velkhost::FileOfModule(nullptr).parent_path()));
     } catch (const velkhost::MachineError& error) {
         throw InputError(std::string(error.what()) + ": name the files with --mof");
     }
