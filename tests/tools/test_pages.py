@@ -150,9 +150,13 @@ class Links(EachPage):
         self.check_each(check)
 
     def test_index_leads_to_every_page(self):
-        linked = {(DOCS / link.partition("#")[0]).resolve() for link in links(DOCS / "README.md")}
-        self.assertEqual([name_of(each) for each in DOCS.rglob("*.md") if each.resolve() not in linked
-                          and each.name != "README.md"], [])
+        reached, to_do = set(), {(DOCS / "README.md").resolve()}
+        while to_do:
+            page = to_do.pop()
+            reached.add(page)
+            targets = {(page.parent / link.partition("#")[0]).resolve() for link in links(page) if ":" not in link}
+            to_do |= {each for each in targets if each.suffix == ".md" and each.is_file()} - reached
+        self.assertEqual([name_of(each) for each in DOCS.rglob("*.md") if each.resolve() not in reached], [])
 
     def test_anchors_are_made_as_the_forge_makes_them(self):
         self.assertIn("0x80041013-the-provider-does-not-load", anchors(DOCS / "troubleshooting.md"))
