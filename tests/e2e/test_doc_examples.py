@@ -37,6 +37,7 @@ class DocExamples(unittest.TestCase):
         cls.got = prefix.velkpci("get", *cls.paths)
         cls.got_json = prefix.velkpci("get", *cls.paths, "--json")
         cls.dump = prefix.velkpci("dump", "--blocks")
+        cls.tree = prefix.velkpci("tree")
         cls.listed = {name: prefix.velkpci("list", name, "--blocks") for name in cls.pages if name != "Velk_PCISlot"}
 
     def examples(self):
@@ -64,6 +65,21 @@ class DocExamples(unittest.TestCase):
                 answer = self.dump if command == "dump" else self.listed[command.removeprefix("list ")]
                 self.assertEqual(answer.code, 0)
                 self.assertIn(example, blocks_of(answer.output))
+
+    def test_readme_shows_the_tree_as_it_is_printed(self):
+        """Line by line, but for places that are marked by three dots."""
+        shown = re.search(r"^```\n(Computer .*?)^```", (ROOT / "README.md").read_text(encoding="utf-8"), re.M | re.S)[1]
+        printed = iter(self.tree.output.splitlines())
+        may_skip = False
+        for line in shown.splitlines():
+            if line.endswith("..."):
+                may_skip = True
+                continue
+            found = next(printed, None)
+            while may_skip and found not in (line, None):
+                found = next(printed, None)
+            self.assertEqual(found, line)
+            may_skip = False
 
 
 if __name__ == "__main__":

@@ -1,7 +1,8 @@
-"""PowerShell 5.1, as far as the blocks of the pages go: whether a block's brackets and quotes are closed, which variables
-it sets, uses and gives up, and which commands and parameters it names.
+"""PowerShell 5.1, as far as the blocks of the pages go: whether a block's brackets and quotes are closed, which
+variables it sets, uses and gives up, and which commands and parameters it names.
 
-It reads a block as a console does into which the block is pasted: line by line, a line being run as soon as it is whole.
+It reads a block as a console does into which the block is pasted: line by line, a line being run as soon as it is
+whole.
 """
 
 import re
@@ -13,8 +14,8 @@ WORD = re.compile(r"[^\s(){}\[\];|,\"'`$@#=&][^\s(){}\[\];|,\"'`$=]*")
 AUTOMATIC = {"_", "?", "^", "$", "args", "error", "event", "false", "home", "host", "input", "lastexitcode", "matches",
              "null", "pid", "profile", "psitem", "psscriptroot", "psversiontable", "this", "true"}
 SET_BY_PARAMETER = {"-errorvariable", "-outvariable", "-warningvariable", "-pipelinevariable", "-sessionvariable"}
-# Of PowerShell 7, or a line that a console has run before it reads how the line would have gone on.
-NOT_AT_A_LINE_S_START = {"|", "else", "elseif", "catch", "finally"}
+# At the start of a line of its own: a console has run the lines before, unless they are within brackets.
+GOES_ON_TOO_LATE = {"else", "elseif", "catch", "finally"}
 GIVES_UP = {"Remove-CimSession", "Remove-Variable"}
 NOT_IN_5_1 = {"&&", "||", "??", "??=", "?.", "-parallel", "-asbytestream"}
 
@@ -155,7 +156,8 @@ def read(text: str) -> list:
         word = token.text.lower()
         if token.kind in ("word", "mark") and word in NOT_IN_5_1:
             raise PowerShellError(token.line, f"{token.text} is not of PowerShell 5.1")
-        if before.kind == "end" and token.kind in ("word", "mark") and word in NOT_AT_A_LINE_S_START:
+        is_late = token.kind == "word" and word in GOES_ON_TOO_LATE and token.depth == 0
+        if before.kind == "end" and (is_late or token.kind == "mark" and word == "|"):
             raise PowerShellError(token.line, f"a console has run the line before it sees {token.text}")
     return tokens
 
@@ -163,7 +165,7 @@ def read(text: str) -> list:
 def calls(tokens: list):
     """Each command that a word of two parts names, with its parameters."""
     for index, token in enumerate(tokens):
-        if token.kind != "word" or not re.fullmatch(r"[A-Z][a-z]+-[A-Z]\w+", token.text):
+        if token.kind != "word" or not re.fullmatch(r"[A-Z][A-Za-z]+-[A-Z]\w+", token.text):
             continue
         parameters = []
         for other in tokens[index + 1:]:
@@ -241,8 +243,8 @@ def given_up_by(tokens: list, index: int) -> tuple:
     def is_border(at: int) -> bool:
         token, before = tokens[at], tokens[at - 1] if at else None
         goes_on = before is not None and before.kind == "mark" and before.text in "|,="
-        outside = token.depth < tokens[index].depth
-        return outside or token.text == ";" or token.kind == "end" and token.depth == tokens[index].depth and not goes_on
+        is_end = token.kind == "end" and token.depth == tokens[index].depth and not goes_on
+        return is_end or token.depth < tokens[index].depth or token.text == ";"
 
     first = last = index
     while first > 0 and not is_border(first - 1):
