@@ -37,7 +37,10 @@ class Answer:
         return f"exit code {self.code}\n{self.output}\n{self.errors}"
 
     def json(self):
-        return json.loads(self.output)
+        try:
+            return json.loads(self.output)
+        except ValueError as error:
+            raise AssertionError(f"no JSON ({error}): {self}") from None
 
 
 class Prefix:

@@ -18,6 +18,8 @@ using velktest::AnswerSink;
 using velktest::IsLongRun;
 using velktest::Usage;
 
+constexpr DWORD kRequests = 4;  ///< in flight when the module is let go
+
 class ModuleLoad : public testing::Test {
   protected:
     ModuleLoad() {
@@ -33,19 +35,8 @@ class ModuleLoad : public testing::Test {
         return count;
     }
 
-    velktest::RegistryFixture registry_;
-    velktest::TempFolder folder_;
-    velktest::Apartment apartment_;
-    velktest::ProviderHost host_{velktest::LoadSampleMachine("two-socket-rack-server")};
-};
-
-TEST_F(ModuleLoad, UnloadsWithSlotLocationWorkersInFlight) {
-    constexpr int kWarmUp = 10;
-    constexpr DWORD kRequests = 4;
-    const int rounds = kWarmUp + (IsLongRun() ? 5000 : 100);
-    Usage before;
-    for (int round = 0; round < rounds; ++round) {
-        if (round == kWarmUp) before = Usage::Now();
+    /// The module is let go while its workers run, at another moment in each round.
+    void LoadAskAndUnload(int round) {
         velk::UniqueLibrary dll(::LoadLibraryW(L"VelkWmiPci.dll"));
         ASSERT_TRUE(dll);
         auto provider = host_.MakeProvider(dll.Get(), host_.Class(L"Velk_PCISlotLocation"));
@@ -66,14 +57,38 @@ TEST_F(ModuleLoad, UnloadsWithSlotLocationWorkersInFlight) {
         sinks.clear();
         ASSERT_TRUE(velktest::IsUnloaded(L"VelkWmiPci.dll")) << "round " << round;
     }
-    const Usage after = Usage::Now();
-    std::printf("%d times loaded and unloaded\nbefore %s\nafter  %s\n", rounds, before.Text().c_str(),
-                after.Text().c_str());
+
+    velktest::RegistryFixture registry_;
+    velktest::TempFolder folder_;
+    velktest::Apartment apartment_;
+    velktest::ProviderHost host_{velktest::LoadSampleMachine("two-socket-rack-server")};
+};
+
+TEST_F(ModuleLoad, UnloadsWithSlotLocationWorkersInFlight) {
+    constexpr int kWarmUp = 10;
+    constexpr int kSteps = 5;
+    const int stepRounds = IsLongRun() ? 1000 : 25;
+    int rounds = 0;
+    while (rounds < kWarmUp) ASSERT_NO_FATAL_FAILURE(LoadAskAndUnload(rounds++));
+    const Usage before = Usage::Now();
+    // A leak shows in every step, with a byte for each load at least; what the platform's heap sets aside for
+    // itself, in some. Wine 10 does so for longer than Wine 8.
+    const auto smallestLeak = static_cast<std::size_t>(stepRounds);
+    int stepsWithoutGrowth = 0;
+    Usage after = before;
+    for (int step = 0; step < kSteps; ++step) {
+        for (int end = rounds + stepRounds; rounds < end;)
+            ASSERT_NO_FATAL_FAILURE(LoadAskAndUnload(rounds++));
+        const Usage now = Usage::Now();
+        if (now.heapBytes < after.heapBytes + smallestLeak) ++stepsWithoutGrowth;
+        after = now;
+        std::printf("%5d times loaded and unloaded: %s\n", rounds, now.Text().c_str());
+    }
     EXPECT_EQ(CountInLog(L"DLL is loaded."), rounds);
     EXPECT_EQ(CountInLog(L"DLL is unloaded."), rounds);
     EXPECT_LE(after.handles, before.handles);
     EXPECT_LE(after.threads, before.threads + kRequests) << "those of the last round may still be ending";
-    EXPECT_LE(after.heapBytes, before.heapBytes + 2000);
+    EXPECT_GE(stepsWithoutGrowth, 2);
 }
 
 }  // namespace

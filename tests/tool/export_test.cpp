@@ -67,7 +67,7 @@ TEST(WriteFileWhole, APlaceThatCannotBeWrittenIsNamedWithTheReason) {
     folder.MakeFolder(L"taken");
     EXPECT_THROW(WriteFileWhole(velkhost::Utf8FromWide(folder.Path(L"taken")), "text"), InputError);
     WIN32_FIND_DATAW found{};
-    EXPECT_EQ(::FindFirstFileW(folder.Path(L"taken.*").c_str(), &found), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(::FindFirstFileW(folder.Path(L"taken.*.tmp").c_str(), &found), INVALID_HANDLE_VALUE);
 }
 
 }  // namespace

@@ -40,8 +40,11 @@ def run_dmidecode(dump, *options):
 
 def slot_of(text, raw):
     """One slot from dmidecode's words. Of slots outside the PCI families it does not tell the ID: that is taken from
-    the bytes that it shows."""
+    the bytes that it shows. Up to 3.5 the width stands before the type ("x8 PCI Express"), from 3.6 on in a line of its
+    own ("8x or x8")."""
     width, kind = re.search(r"^\tType: (?:(x\d+|\d+-bit) )?(.*)$", text, re.M).groups()
+    if own := re.search(r"^\tData Bus Width: (?:\d+x or )?(x\d+|\d+-bit)$", text, re.M):
+        width = own[1]
     return {
         "id": struct.unpack_from("<H", raw.ljust(17, b"\0"), 9)[0],
         "shown id": (re.search(r"^\tID: (\d+)$", text, re.M) or [None, None])[1],

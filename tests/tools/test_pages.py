@@ -58,7 +58,7 @@ CMDLETS = {
 TAKES_A_WORD = {"--machine", "--computer", "--user", "--mof", "--namespace", "--columns"}
 PLACEHOLDERS = {"COMMAND"}
 # Described by the pages already, and still to come into the program.
-COMING = {"capture", "diff", "report", "setup"}
+COMING = {"setup"}
 
 
 def name_of(page: pathlib.Path) -> str:
