@@ -254,7 +254,8 @@ TEST_F(ShippedMof, HasExactlyOneChassis) {
 
 TEST_F(ShippedMof, IsPlainAscii) {
     // mofcomp takes a file without byte order mark for the machine's own code page.
-    for (const char* name : {"VelkWmiPci.mof", "standalone.mof", "uninstall.mof"}) {
+    for (const char* name :
+         {"VelkWmiPci.mof", "standalone.mof", "uninstall.mof", "uninstall-standalone.mof"}) {
         for (const char character : ReadMof(name)) {
             ASSERT_TRUE((character >= 0x20 && character < 0x7F) || character == '\n') << name;
         }
@@ -274,6 +275,30 @@ TEST_F(ShippedMof, LeavesNothingOfItsOwnAfterUninstall) {
     EXPECT_TRUE(repository_.StaticInstances(kNamespace, L"__Win32Provider").empty());
     EXPECT_TRUE(repository_.StaticInstances(kNamespace, L"__InstanceProviderRegistration").empty());
     Load(repository_, "uninstall.mof");
+}
+
+TEST_F(ShippedMof, RegistrationsAreRemovedInBothFormsThatWmiStores) {
+    for (const auto& registration :
+         repository_.StaticInstances(kNamespace, L"__InstanceProviderRegistration"))
+        repository_.RemoveInstance(kNamespace, *registration->RelativePath());
+    ASSERT_TRUE(repository_.StaticInstances(kNamespace, L"__InstanceProviderRegistration").empty());
+    repository_.LoadMof(R"(#pragma namespace("\\\\.\\root\\VKQ")
+instance of __InstanceProviderRegistration
+{ Provider = "\\\\.\\root\\VKQ:__Win32Provider.Name=\"VelkPCIDeviceProv\""; };
+instance of __InstanceProviderRegistration { Provider = "__Win32Provider.Name=\"VelkPCISlotProv\""; };)",
+                        "both.mof");
+    ASSERT_EQ(repository_.StaticInstances(kNamespace, L"__InstanceProviderRegistration").size(), 2u);
+    Load(repository_, "uninstall.mof");
+    EXPECT_TRUE(repository_.StaticInstances(kNamespace, L"__InstanceProviderRegistration").empty());
+}
+
+TEST_F(ShippedMof, TheSuitesClassesGoByAFileOfTheirOwn) {
+    Load(repository_, "uninstall-standalone.mof");
+    EXPECT_EQ(repository_.ClassNames(kNamespace).size(), 10u);
+    EXPECT_EQ(repository_.FindClass(kNamespace, L"Velk_ComputerSystemChassis"), nullptr);
+    Load(repository_, "uninstall.mof");
+    Load(repository_, "uninstall-standalone.mof");
+    EXPECT_TRUE(repository_.ClassNames(kNamespace).empty());
 }
 
 }  // namespace

@@ -38,6 +38,10 @@ constexpr const char* kCheckExamples =
     "  velkpci check\n"
     "  velkpci check -o check.json\n"
     "  velkpci --machine machines/server-of-2024.json check\n";
+constexpr const char* kSetupExamples =
+    "  velkpci setup compile\n"
+    "  velkpci setup compile --standalone-classes off\n"
+    "  velkpci setup remove\n";
 constexpr const char* kExportExamples = "  velkpci export --prometheus C:\\textfile_inputs\\velkpci.prom\n";
 constexpr const char* kReportExamples =
     "  velkpci report --html inventory.html\n"
@@ -67,6 +71,8 @@ const CommandRow kCommands[] = {
      &MakeCaptureCommand},
     {"diff", "Tell what differs between two machine files or two saved dumps", kDiffExamples, kJson,
      &MakeDiffCommand},
+    {"setup", "Tell WMI of this computer about the classes, or make it forget them", kSetupExamples,
+     kTextAlone, &MakeSetupCommand},
 };
 
 }  // namespace

@@ -17,6 +17,7 @@ std::unique_ptr<Command> MakeListCommand();
 std::unique_ptr<Command> MakeQueryCommand();
 std::unique_ptr<Command> MakeReferencesCommand();
 std::unique_ptr<Command> MakeReportCommand();
+std::unique_ptr<Command> MakeSetupCommand();
 std::unique_ptr<Command> MakeTreeCommand();
 
 }  // namespace velkpci
