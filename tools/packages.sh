@@ -9,7 +9,8 @@
         x86_64-w64-mingw32-g++-posix:g++-mingw-w64-x86-64-posix x86_64-w64-mingw32-widl:mingw-w64-tools
         /usr/include/nlohmann/json.hpp:nlohmann-json3-dev /usr/include/CLI/CLI.hpp:libcli11-dev
         wine64|/usr/lib/wine/wine64|wine:wine64'
-    needs_to_package='wixl:wixl msibuild:msitools'
+    needs_to_package='wixl:wixl msibuild:msitools
+        /usr/lib/python3/dist-packages/markdown/__init__.py:python3-markdown'
     needs_to_test='/usr/src/googletest/CMakeLists.txt:googletest dmidecode:dmidecode
         /usr/lib/python3/dist-packages/jsonschema/__init__.py:python3-jsonschema
         chromium|chromium-browser|google-chrome|google-chrome-stable:chromium'
