@@ -8,6 +8,7 @@ namespace velkpci {
 namespace {
 
 constexpr char kElsewhere[] = "asked of another computer";
+constexpr char kCompile[] = "run \"velkpci setup compile\" as administrator";
 
 Verdict JudgeRegistered(const Registration& registration) {
     const std::string point = "registration";
@@ -61,9 +62,7 @@ Verdict JudgeCompiled(const Answers& answers) {
     for (const ClassSetup& setup : answers.setups) {
         if (!setup.isCompiled) missing.push_back(setup.name);
     }
-    if (!missing.empty())
-        return Failed("classes", "not compiled: " + Joined(missing),
-                      "mofcomp VelkWmiPci.mof, as administrator");
+    if (!missing.empty()) return Failed("classes", "not compiled: " + Joined(missing), kCompile);
     return Passed("classes", "ten are compiled");
 }
 
@@ -82,8 +81,7 @@ Verdict JudgeProviders(const Answers& answers) {
     if (!isAnyCompiled) return NotApplicable(point, "no class is compiled");
     for (const ClassSetup& setup : answers.setups) {
         const std::string fault = setup.isCompiled ? ProviderFault(setup) : std::string();
-        if (!fault.empty())
-            return Failed(point, setup.name + ": " + fault, "mofcomp VelkWmiPci.mof, as administrator");
+        if (!fault.empty()) return Failed(point, setup.name + ": " + fault, kCompile);
     }
     return Passed(point, "each class has its provider");
 }
@@ -104,7 +102,7 @@ Verdict JudgeAccount(const Answers& answers) {
     if (!isKnown) return NotApplicable(point, "no provider is there");
     if (!others.empty())
         return Failed(point, "another hosting model or impersonation level: " + Joined(others),
-                      "an older or changed MOF is compiled: mofcomp VelkWmiPci.mof, as administrator");
+                      std::string("an older or changed MOF is compiled: ") + kCompile);
     return Passed(point, "NetworkServiceHost, impersonation level 0");
 }
 

@@ -22,15 +22,16 @@ Verdict JudgeSuite(const Inventory& inventory, const char* point, const wchar_t*
     const std::string name = velkhost::Utf8FromWide(className);
     if (data == nullptr || data->definition == nullptr)
         return Failed(point, "there is no class " + name,
-                      "install the suite, or compile standalone.mof: until then associations lead to no " +
+                      "install the suite, or run \"velkpci setup compile\" as administrator: until then "
+                      "associations lead to no " +
                           std::string(point));
     if (FAILED(data->status))
         return Failed(point, name + ": " + DescribeStatus(data->status), "see its own provider's log");
     if (count == 1) return Passed(point, "one " + name);
-    return Failed(
-        point, Counted(count, "instance") + " of " + name,
-        count == 0 ? "its provider gives none: see its own log"
-                   : "references need exactly one: remove that of standalone.mof where the suite is there");
+    return Failed(point, Counted(count, "instance") + " of " + name,
+                  count == 0 ? "its provider gives none: see its own log"
+                             : "references need exactly one: where the suite is there, run \"velkpci setup "
+                               "compile --standalone-classes off\"");
 }
 
 Verdict JudgeFirmware(const Firmware& firmware) {

@@ -6,8 +6,8 @@ namespace velkpci {
 
 // The makers of the commands, each in the file of its name; command_table.cpp has their rows.
 std::unique_ptr<Command> MakeAssociatorsCommand();
-std::unique_ptr<Command> MakeCheckCommand();
 std::unique_ptr<Command> MakeCaptureCommand();
+std::unique_ptr<Command> MakeCheckCommand();
 std::unique_ptr<Command> MakeClassesCommand();
 std::unique_ptr<Command> MakeDiffCommand();
 std::unique_ptr<Command> MakeDumpCommand();

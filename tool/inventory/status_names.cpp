@@ -173,7 +173,7 @@ constexpr Mend kMends[] = {
     {WBEM_E_TRANSPORT_FAILURE, "the computer does not answer: is its name right?"},
     {WBEM_E_LOCAL_CREDENTIALS, "this computer is asked as who you are: leave --user out"},
     {WBEM_E_INVALID_NAMESPACE,
-     "the namespace is not there: compile the classes with \"mofcomp VelkWmiPci.mof\", or ask a machine file "
+     "the namespace is not there: run \"velkpci setup compile\" as administrator, or ask a machine file "
      "with --machine"},
     {WBEM_E_PROVIDER_LOAD_FAILURE,
      "WMI cannot load the provider: is VelkWmiPci.dll registered with regsvr32?"},
