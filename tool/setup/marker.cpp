@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "host/utf8.h"
-#include "tool/app/output_file.h"
+#include "tool/app/files.h"
 
 namespace velkpci {
 namespace {
@@ -62,7 +62,7 @@ Marker ReadMarker(const std::filesystem::path& file) {
 void WriteMarker(const std::filesystem::path& file, const Marker& marker) {
     const std::string text = FormatMarker(marker);
     if (!text.empty()) {
-        WriteOutputFile(velkhost::Utf8FromWide(file.wstring()), text);
+        WriteFileWhole(velkhost::Utf8FromWide(file.wstring()), text);
         return;
     }
     std::error_code ignored;

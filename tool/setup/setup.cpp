@@ -3,7 +3,7 @@
 #include "common/log_paths.h"
 #include "host/utf8.h"
 #include "tool/app/errors.h"
-#include "tool/app/output_file.h"
+#include "tool/app/files.h"
 #include "tool/inventory/status_names.h"
 #include "tool/setup/autorecover.h"
 #include "tool/setup/log_folder.h"
@@ -128,7 +128,7 @@ void Setup::Say(const std::string& line) {
     log_ += line + "\r\n";
 }
 
-void Setup::KeepLog() const { WriteOutputFile(velkhost::Utf8FromWide(logFile_.wstring()), log_); }
+void Setup::KeepLog() const { WriteFileWhole(velkhost::Utf8FromWide(logFile_.wstring()), log_); }
 
 void Setup::NoteAll() const { WriteMarker(markerFile_, marker_); }
 
