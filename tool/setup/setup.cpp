@@ -1,6 +1,7 @@
 #include "tool/setup/setup.h"
 
 #include "common/log_paths.h"
+#include "host/machine/machine_setup.h"
 #include "host/utf8.h"
 #include "tool/app/errors.h"
 #include "tool/app/files.h"
@@ -18,19 +19,14 @@ constexpr wchar_t kStandaloneMof[] = L"standalone.mof";
 constexpr wchar_t kUninstallMof[] = L"uninstall.mof";
 constexpr wchar_t kUninstallStandaloneMof[] = L"uninstall-standalone.mof";
 
-fs::path ProgramFolder() {
-    std::wstring file(32768, L'\0');
-    file.resize(::GetModuleFileNameW(nullptr, file.data(), static_cast<DWORD>(file.size())));
-    return fs::path(file).parent_path();
-}
-
 }  // namespace
 
 SetupPlaces ThisSetup() {
     // The path of the logs ends with a backslash.
     const fs::path logs = fs::path(velk::WbemLogFolder(MAX_PATH)).parent_path();
     const fs::path wbem = logs.parent_path();
-    SetupPlaces places{ProgramFolder(), wbem / L"mofcomp.exe", logs, wbem / L"AutoRecover"};
+    SetupPlaces places{velkhost::FileOfModule(nullptr).parent_path(), wbem / L"mofcomp.exe", logs,
+                       wbem / L"AutoRecover"};
     if (!fs::exists(places.folder / L"mof" / kClassesMof))
         throw InputError(
             "no folder \"mof\" with VelkWmiPci.mof beside the program: run the installed velkpci");
