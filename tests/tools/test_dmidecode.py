@@ -1,9 +1,13 @@
-"""compare_dmidecode reads the words of every dmidecode that the tests meet."""
+"""The words of every dmidecode that the tests meet are read."""
 
+import pathlib
 import struct
+import sys
 import unittest
 
-import compare_dmidecode
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "lib"))
+
+import dmidecode  # noqa: E402
 
 OLDER = """System Slot Information
 \tDesignation: PCIe Slot 3
@@ -25,7 +29,7 @@ RAW = bytes(9) + struct.pack("<H", 3)
 
 class Words(unittest.TestCase):
     def assertSlot(self, text, width):
-        self.assertEqual(compare_dmidecode.slot_of(text, RAW),
+        self.assertEqual(dmidecode.slot_of(text, RAW),
                          {"id": 3, "shown id": "3", "kind": "PCI Express 2 x16", "width": width, "hot-plug": True})
 
     def test_a_width_before_the_type_is_read(self):
