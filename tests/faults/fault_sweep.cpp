@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdio>
 
+#include "support/crash.h"
 #include "support/long_run.h"
 
 namespace velktest {
@@ -36,10 +37,9 @@ const char* NameOf(FaultMode mode) { return mode == FaultMode::kSingle ? "alone"
 /// What was going on when the process dies, for the log of the tests.
 std::string current;
 
-LONG WINAPI SayWhere(EXCEPTION_POINTERS*) {
+LONG WINAPI SayWhere(EXCEPTION_POINTERS* crash) {
     std::fprintf(stderr, "Crash in %s after %s failed\n", current.c_str(), Faults().FirstFault());
-    std::fflush(stderr);
-    return EXCEPTION_CONTINUE_SEARCH;
+    return velktest::EndAsCrashed(crash);
 }
 
 }  // namespace

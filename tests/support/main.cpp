@@ -7,6 +7,7 @@
 
 #include "common/platform.h"
 #include "support/child_process.h"
+#include "support/crash.h"
 #include "support/stand_ins.h"
 
 namespace {
@@ -38,6 +39,7 @@ int CompletedTests() {
 int main(int argc, char** argv) {
     // A crash must end the test run with a failing code, never with a dialog that nobody sees.
     ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+    ::SetUnhandledExceptionFilter(&velktest::EndAsCrashed);
     const bool isChild = argc > 1 && std::string_view(argv[1]) == velktest::kChildArgument;
     ::testing::InitGoogleMock(&argc, argv);
     const auto module = StandInForTheModule();
