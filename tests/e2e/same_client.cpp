@@ -28,15 +28,9 @@ std::wstring InLowerCase(std::wstring path) {
 
 bool Client::Prepare() {
     Enumerator found;
-    if (FAILED(All(0, found)) || FAILED(Get(name_, class_))) return false;
-    for (;;) {
-        Object object;
-        ULONG returned = 0;
-        if (found->Next(kPatience, 1, object.Put(), &returned) != S_OK) break;
-        if (!first_) first_ = object;
-        ++total_;
-    }
-    return total_ >= 3;
+    if (FAILED(All(0, found)) || FAILED(Get(name_, class_)) || Count(*found) < 3) return false;
+    ULONG returned = 0;
+    return found->Next(kPatience, 1, first_.Put(), &returned) == S_OK;
 }
 
 void Client::AskForObjects() {

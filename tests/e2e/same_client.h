@@ -67,13 +67,15 @@ class Client {
         return {text.begin(), text.end()};
     }
     std::string QueryOutcome(const std::wstring& text, LONG flags);
+    /// How many objects this one enumerator has; it stands at its start again. Another of the same class may
+    /// have more or fewer: services come and go.
+    ULONG Count(IEnumWbemClassObject& enumerator);
     std::string NextOutcome(IEnumWbemClassObject& enumerator, ULONG count);
     void TellProperty(const std::string& operation, IWbemClassObject& object, const wchar_t* name);
 
     IWbemServices& services_;
     const std::wstring name_, text_, number_, boolean_;
     Object first_, class_;
-    std::size_t total_ = 0;
 };
 
 }  // namespace same_client

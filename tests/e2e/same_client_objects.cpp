@@ -8,6 +8,17 @@
 
 namespace same_client {
 
+ULONG Client::Count(IEnumWbemClassObject& enumerator) {
+    ULONG count = 0;
+    for (;; ++count) {
+        Object object;
+        ULONG returned = 0;
+        if (enumerator.Next(kPatience, 1, object.Put(), &returned) != S_OK) break;
+    }
+    enumerator.Reset();
+    return count;
+}
+
 std::string Client::NextOutcome(IEnumWbemClassObject& enumerator, ULONG count) {
     std::vector<IWbemClassObject*> objects(count + 1, nullptr);
     ULONG returned = 0;
@@ -24,9 +35,9 @@ std::string Client::NextOutcome(IEnumWbemClassObject& enumerator, ULONG count) {
 }
 
 void Client::AskEnumerators() {
-    const ULONG total = static_cast<ULONG>(total_);
     Enumerator found;
     Tell("CreateInstanceEnum", Hex(All(0, found)));
+    const ULONG total = Count(*found);
     Tell("Next: two", NextOutcome(*found, 2));
     Tell("Next: more than are left", NextOutcome(*found, total + 1).substr(0, 8));
     Tell("Next: behind the end", NextOutcome(*found, 1));
