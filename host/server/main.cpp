@@ -7,10 +7,13 @@
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID) { return TRUE; }
 
 STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** object) {
-    return velkhost::Server::Instance().GetClassObject(clsid, iid, object);
+    return velkhost::GuardedCall(
+        [&] { return velkhost::Server::Instance().GetClassObject(clsid, iid, object); });
 }
 
-STDAPI DllCanUnloadNow() { return velkhost::Server::Instance().CanUnloadNow(); }
+STDAPI DllCanUnloadNow() {
+    return velkhost::GuardedCall([] { return velkhost::Server::Instance().CanUnloadNow(); });
+}
 
 STDAPI DllRegisterServer() {
     return velkhost::GuardedCall([] { return velkhost::RegisterServer(); });

@@ -10,6 +10,7 @@
 #include "host/machine/machine_setup.h"
 #include "host/path/path_parser.h"
 #include "host/server/message_log.h"
+#include "host/services/apartment.h"
 #include "host/services/locator.h"
 #include "host/utf8.h"
 
@@ -47,8 +48,7 @@ std::optional<Machine> LoadConfiguredMachine() {
     if (!settings.machine) {
         throw std::runtime_error(
             "no machine is configured: name a machine file in the environment variable VELKHOST_MACHINE, or "
-            "in "
-            "the registry value Machine of HKEY_LOCAL_MACHINE\\" +
+            "in the registry value Machine of HKEY_LOCAL_MACHINE\\" +
             Utf8FromWide(kSettingsKey));
     }
     if (*settings.machine == kThisComputer) return std::nullopt;
@@ -66,16 +66,14 @@ struct Server::Session {
         Repository repository = BuildRepository(
             ShippedMofFiles(machine, false, FindShippedMof(FileOfModule(ThisModule()).parent_path())),
             machine);
-        // The provider lives in the multi-threaded apartment, whatever apartments the clients come from.
-        if (FAILED(::CoIncrementMTAUsage(&apartment)))
-            throw std::runtime_error("the multi-threaded apartment cannot be kept");
         if (configured) provider.emplace(repository, kNamespace, std::move(*configured));
         HostOptions options;
         options.report = LogMessage;
         core = std::make_shared<HostCore>(std::move(repository), std::move(options));
     }
 
-    CO_MTA_USAGE_COOKIE apartment = nullptr;
+    // The provider lives in the multi-threaded apartment, whatever apartments the clients come from.
+    const KeptApartment apartment;
     std::optional<ReplayedProvider> provider;
     std::shared_ptr<HostCore> core;
 };
@@ -88,12 +86,10 @@ Server& Server::Instance() {
 HRESULT Server::GetClassObject(REFCLSID clsid, REFIID iid, void** object) {
     if (object == nullptr) return E_POINTER;
     *object = nullptr;
-    return GuardedCall([&]() -> HRESULT {
-        velk::ComPtr<IClassFactory> factory;
-        if (::IsEqualCLSID(clsid, CLSID_WbemLocator)) factory = MakeClassFactory<ServerLocator>();
-        if (::IsEqualCLSID(clsid, kClsidWbemDefPath)) factory = MakePathParserClass();
-        return factory ? factory->QueryInterface(iid, object) : CLASS_E_CLASSNOTAVAILABLE;
-    });
+    velk::ComPtr<IClassFactory> factory;
+    if (::IsEqualCLSID(clsid, CLSID_WbemLocator)) factory = MakeClassFactory<ServerLocator>();
+    if (::IsEqualCLSID(clsid, kClsidWbemDefPath)) factory = MakePathParserClass();
+    return factory ? factory->QueryInterface(iid, object) : CLASS_E_CLASSNOTAVAILABLE;
 }
 
 HRESULT Server::CanUnloadNow() {

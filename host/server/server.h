@@ -17,7 +17,7 @@ class Server {
     /// The one server of the process. Never destroyed: at the process's end its threads are gone already.
     static Server& Instance();
 
-    /// The class objects of WMI's locator and path parser.
+    /// The class objects of WMI's locator and path parser. Throws std::bad_alloc.
     HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** object);
     /// S_OK only while no machine is set up and no object lives.
     HRESULT CanUnloadNow();

@@ -21,4 +21,20 @@ class ComApartment {
     ComApartment& operator=(const ComApartment&) = delete;
 };
 
+/// Keeps the process's multi-threaded apartment alive, whatever threads belong to it.
+class KeptApartment {
+  public:
+    /// Throws std::runtime_error.
+    KeptApartment() {
+        if (FAILED(::CoIncrementMTAUsage(&cookie_)))
+            throw std::runtime_error("the multi-threaded apartment cannot be kept");
+    }
+    ~KeptApartment() { ::CoDecrementMTAUsage(cookie_); }
+    KeptApartment(const KeptApartment&) = delete;
+    KeptApartment& operator=(const KeptApartment&) = delete;
+
+  private:
+    CO_MTA_USAGE_COOKIE cookie_ = nullptr;
+};
+
 }  // namespace velkhost
