@@ -9,9 +9,6 @@
 namespace velkhost {
 namespace {
 
-/// The one setting by which the provider's answers differ; the others are the logs'.
-constexpr wchar_t kModernSlotTypes[] = L"ModernSlotTypes";
-
 std::optional<std::wstring> ReadComputerName(COMPUTER_NAME_FORMAT format) {
     wchar_t name[256];  // a DNS name has at most 255 characters
     DWORD size = static_cast<DWORD>(std::size(name));
@@ -64,8 +61,8 @@ std::vector<PnpDevice> ReadDevices() {
     return found;
 }
 
-/// Never absent: a captured machine says that it has no settings, whatever those of the computer are that
-/// replays it.
+/// The one setting by which the provider's answers differ; the others are the logs'. Never absent: a captured
+/// machine says that it has no settings, whatever those of the computer are that replays it.
 std::map<std::wstring, RegistryValue> ReadSettings() {
     velk::UniqueRegistryKey key;
     if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, velk::kSettingsKey, 0, KEY_QUERY_VALUE, key.Put()) !=
@@ -74,15 +71,16 @@ std::map<std::wstring, RegistryValue> ReadSettings() {
     }
     RegistryValue value;
     DWORD size = 0;
-    if (::RegQueryValueExW(key.Get(), kModernSlotTypes, nullptr, nullptr, nullptr, &size) != ERROR_SUCCESS)
+    if (::RegQueryValueExW(key.Get(), velk::kModernSlotTypes, nullptr, nullptr, nullptr, &size) !=
+        ERROR_SUCCESS)
         return {};
     value.bytes.resize(size);
-    if (::RegQueryValueExW(key.Get(), kModernSlotTypes, nullptr, &value.type, value.bytes.data(), &size) !=
-        ERROR_SUCCESS) {
+    if (::RegQueryValueExW(key.Get(), velk::kModernSlotTypes, nullptr, &value.type, value.bytes.data(),
+                           &size) != ERROR_SUCCESS) {
         return {};
     }
     value.bytes.resize(size);
-    return {{kModernSlotTypes, std::move(value)}};
+    return {{velk::kModernSlotTypes, std::move(value)}};
 }
 
 }  // namespace

@@ -12,7 +12,7 @@ ExpressTypes ReadExpressTypes() noexcept {
         return ExpressTypes::kToGeneration2;
     }
     DWORD modern = 0;
-    ReadRegistryDword(key.Get(), L"ModernSlotTypes", modern);
+    ReadRegistryDword(key.Get(), kModernSlotTypes, modern);
     return modern != 0 ? ExpressTypes::kModern : ExpressTypes::kToGeneration2;
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "support/temp_folder.h"
 #include "tool/check/gather.h"
 #include "tool/check/host_account.h"
 #include "tool/view/check_view.h"
@@ -255,6 +256,39 @@ TEST_F(CheckTest, WhatCannotBeAskedOfAnotherComputerDoesNotApply) {
                               "slots as described", "log folder", "locks"})
         EXPECT_EQ(Of(point).outcome, Outcome::kNotApplicable) << point;
     EXPECT_EQ(Of("Velk_PCISlot").detail, "2 instances");
+}
+
+/// A machine file with a slot of PCI Express 3 and one without a name, and these settings.
+Firmware FirmwareOf(const std::string& settings) {
+    const TempFolder folder;
+    WriteBytes(
+        folder.Path(L"machine.json"),
+        R"({"smbios": {"version": "3.0", "hex": ["09 0d 00 00 01 b1 08 03 03 05 00 00 00 52 31 00 00",)"
+        R"("09 0d 00 00 00 06 05 03 03 07 00 00 00 00 00", "7f 04 00 00 00 00"]})" +
+            settings + "}");
+    SourceOptions options;
+    options.machine = velkhost::Utf8FromWide(folder.Path(L"machine.json"));
+    return GatherFirmware(options);
+}
+
+TEST(GatherFirmware, SlotsOfAMachineFileHaveTypeIdAndName) {
+    const Firmware firmware = FirmwareOf("");
+    EXPECT_TRUE(firmware.isReadable);
+    ASSERT_EQ(firmware.slots.size(), 2u);
+    EXPECT_EQ(firmware.slots[0].type, 0xB1);
+    EXPECT_EQ(firmware.slots[0].id, 5);
+    EXPECT_EQ(firmware.slots[0].designation, "R1");
+    EXPECT_EQ(firmware.slots[1].type, 0x06);
+    EXPECT_EQ(firmware.slots[1].designation, "");
+}
+
+TEST(GatherFirmware, TheSettingCountsAsTheProviderReadsIt) {
+    EXPECT_TRUE(FirmwareOf(R"(, "settings": {"ModernSlotTypes": 1})").hasModernTypes);
+    EXPECT_FALSE(FirmwareOf(R"(, "settings": {"ModernSlotTypes": 0})").hasModernTypes);
+    EXPECT_FALSE(FirmwareOf(R"(, "settings": {})").hasModernTypes);
+    EXPECT_FALSE(FirmwareOf(R"(, "settings": {"ModernSlotTypes": "1"})").hasModernTypes);
+    EXPECT_FALSE(FirmwareOf(R"(, "settings": {"ModernSlotTypes": {"type": "REG_DWORD", "hex": "01 00"}})")
+                     .hasModernTypes);
 }
 
 TEST(CheckView, FailuresStandOutWithWhatMendsThem) {

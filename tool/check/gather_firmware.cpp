@@ -1,48 +1,36 @@
 #include <filesystem>
 
-#include "common/handle.h"
+#include "common/suite_names.h"
 #include "host/machine/machine.h"
 #include "host/services/apartment.h"
 #include "host/utf8.h"
-#include "smbios/little_endian.h"
 #include "smbios/slot_type_setting.h"
 #include "smbios/smbios_table.h"
-#include "smbios/structure_table.h"
 #include "tool/check/gather.h"
+#include "tool/inventory/system_slot_bytes.h"
 
 namespace velkpci {
 namespace {
 
-// Byte offsets in a System Slots structure (SMBIOS 7.10).
-constexpr std::size_t kDesignation = 4;  ///< number of a string
-constexpr std::size_t kSlotType = 5;
-constexpr std::size_t kSlotId = 9;
-
-DescribedSlot MakeSlot(std::span<const std::uint8_t> formatted, std::string designation) {
-    return {velk::ReadUInt8(formatted, kSlotType), velk::ReadUInt16(formatted, kSlotId),
-            std::move(designation)};
-}
-
 bool HasModernTypes(const velkhost::Machine& machine) {
     if (!machine.settings) return velk::ReadExpressTypes() == velk::ExpressTypes::kModern;
-    const auto found = machine.settings->find(L"ModernSlotTypes");
-    if (found == machine.settings->end() || found->second.type != REG_DWORD) return false;
-    return velk::ReadUInt32(found->second.bytes, 0) != 0;
+    const auto found = machine.settings->find(velk::kModernSlotTypes);
+    // As the provider reads it: a number of four bytes, or none.
+    return found != machine.settings->end() && found->second.type == REG_DWORD &&
+           found->second.bytes.size() == sizeof(DWORD) && velk::ReadUInt32(found->second.bytes, 0) != 0;
 }
 
 Firmware OfMachine(const velkhost::Machine& machine) {
     Firmware firmware{machine.smbios.has_value(), "the machine file", HasModernTypes(machine), {}};
     if (!machine.smbios) return firmware;
-    for (std::size_t i = 0;; ++i) {
-        const auto structure =
-            velk::FindStructureOfType(machine.smbios->table, velk::kSystemSlotStructure, i);
-        if (!structure) return firmware;
-        const auto strings = velk::StringsOf(*structure);
-        const std::size_t number = velk::ReadUInt8(structure->formatted, kDesignation);
-        const bool isNamed = number != 0 && number <= strings.size();
-        firmware.slots.push_back(
-            MakeSlot(structure->formatted, isNamed ? std::string(strings[number - 1]) : std::string()));
+    velk::StructureWalk walk(machine.smbios->table);
+    while (const auto structure = walk.Next()) {
+        if (structure->type != velk::kSystemSlotStructure) continue;
+        firmware.slots.push_back({velk::ReadUInt8(structure->formatted, kSlotType),
+                                  velk::ReadUInt16(structure->formatted, kSlotId),
+                                  DesignationOf(*structure)});
     }
+    return firmware;
 }
 
 /// Read by the provider's own code, in the account of whoever runs the check.
@@ -60,10 +48,11 @@ Firmware OfThisComputer() {
         std::vector<velk::CString> strings;
         if (!table.FindStructure(velk::kSystemSlotStructure, i, bytes, length, strings)) break;
         const std::span<const std::uint8_t> formatted(bytes, length);
-        const std::size_t number = velk::ReadUInt8(formatted, kDesignation);
-        const bool isNamed = number != 0 && number < strings.size();
-        firmware.slots.push_back(MakeSlot(
-            formatted, isNamed ? velkhost::Utf8FromWide(std::wstring(strings[number])) : std::string()));
+        const std::size_t number = velk::ReadUInt8(formatted, kSlotDesignation);
+        // Element 0 is empty: no string.
+        const velk::CString designation = number < strings.size() ? strings[number] : velk::CString();
+        firmware.slots.push_back({velk::ReadUInt8(formatted, kSlotType), velk::ReadUInt16(formatted, kSlotId),
+                                  velkhost::Utf8FromWide(designation)});
     }
     return firmware;
 }

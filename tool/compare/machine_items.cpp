@@ -8,6 +8,8 @@
 #include "smbios/structure_table.h"
 #include "smbios/system_slot.h"
 #include "tool/compare/snapshot.h"
+#include "tool/inventory/system_slot_bytes.h"
+#include "tool/view/json_view.h"
 
 namespace velkpci {
 namespace {
@@ -31,11 +33,11 @@ std::string FunctionId(const Json& device) {
 
 /// "0000:17:02.0"; null for a slot that is told no address.
 Json SlotAddress(std::span<const std::uint8_t> formatted) {
-    constexpr std::size_t kSegment = 13, kBus = 15, kDevFn = 16;
-    const unsigned segment = velk::ReadUInt16(formatted, kSegment), bus = velk::ReadUInt8(formatted, kBus),
-                   devfn = velk::ReadUInt8(formatted, kDevFn);
+    const unsigned segment = velk::ReadUInt16(formatted, kSlotSegment),
+                   bus = velk::ReadUInt8(formatted, kSlotBus),
+                   devfn = velk::ReadUInt8(formatted, kSlotDeviceFunction);
     const bool isUnknown = segment == 0xFFFF && bus == 0xFF && devfn == 0xFF;
-    if (formatted.size() <= kDevFn || isUnknown) return nullptr;
+    if (formatted.size() <= kSlotDeviceFunction || isUnknown) return nullptr;
     return Print("%04x:%02x:%02x.%u", segment, bus, devfn >> 3, devfn & 7);
 }
 
@@ -47,27 +49,21 @@ Json SlotUsage(unsigned code) {
 }
 
 Item SlotItem(const velk::SmbiosStructure& structure) {
-    // Offsets within a System Slots structure.
-    constexpr std::size_t kDesignation = 4, kType = 5, kWidth = 6, kUsage = 7, kLength = 8, kId = 9,
-                          kCharacteristics = 11;
     const auto byte = [&](std::size_t offset) -> unsigned {
         return velk::ReadUInt8(structure.formatted, offset);
     };
-    const auto strings = velk::StringsOf(structure);
-    const unsigned designation = byte(kDesignation);
-    const bool hasName = designation != 0 && designation <= strings.size();
-    const unsigned id = velk::ReadUInt16(structure.formatted, kId);
+    const unsigned id = velk::ReadUInt16(structure.formatted, kSlotId);
+    const unsigned characteristics = velk::ReadUInt16(structure.formatted, kSlotCharacteristics);
     const velk::SystemSlot slot = velk::DecodeSystemSlot(structure.formatted, velk::ExpressTypes::kModern);
     return {"slot",
             "PCI Slot " + std::to_string(id),
-            {{"designation", hasName ? Json(strings[designation - 1]) : Json()},
-             {"type", Print("0x%02X", byte(kType))},
-             {"width", Print("0x%02X", byte(kWidth))},
-             {"usage", SlotUsage(byte(kUsage))},
-             {"length", byte(kLength)},
+            {{"designation", TextOrNull(DesignationOf(structure))},
+             {"type", Print("0x%02X", byte(kSlotType))},
+             {"width", Print("0x%02X", byte(kSlotWidth))},
+             {"usage", SlotUsage(byte(kSlotUsage))},
+             {"length", byte(kSlotLength)},
              {"hotPlug", slot.supportsHotPlug},
-             {"characteristics",
-              Print("0x%04X", unsigned{velk::ReadUInt16(structure.formatted, kCharacteristics)})},
+             {"characteristics", Print("0x%04X", characteristics)},
              {"address", SlotAddress(structure.formatted)}}};
 }
 
