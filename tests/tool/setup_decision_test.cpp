@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "tool/inventory/status_names.h"
 #include "tool/setup/marker.h"
 
 namespace {

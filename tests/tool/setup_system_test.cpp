@@ -6,6 +6,7 @@
 #include "support/project_folder.h"
 #include "support/temp_folder.h"
 #include "tool/check/host_account.h"
+#include "tool/inventory/status_names.h"
 #include "tool/setup/autorecover.h"
 #include "tool/setup/log_folder.h"
 #include "tool/setup/mof_compiler.h"

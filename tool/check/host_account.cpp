@@ -3,7 +3,8 @@
 #include <aclapi.h>
 
 #include <algorithm>
-#include <memory>
+
+#include "common/handle.h"
 
 namespace velkpci {
 namespace {
@@ -46,15 +47,12 @@ bool IsGrantedToHost(ACL* list, DWORD wanted) {
 }
 
 bool HostMay(const std::wstring& file, DWORD wanted) {
-    struct FreeLocal {
-        void operator()(void* memory) const { ::LocalFree(memory); }
-    };
     ACL* list = nullptr;
     PSECURITY_DESCRIPTOR descriptor = nullptr;
     std::wstring name = file;
     const DWORD error = ::GetNamedSecurityInfoW(name.data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION,
                                                 nullptr, nullptr, &list, nullptr, &descriptor);
-    const std::unique_ptr<void, FreeLocal> owner(descriptor);
+    const velk::UniqueLocalMemory owner(descriptor);
     return error == ERROR_SUCCESS && IsGrantedToHost(list, wanted);
 }
 

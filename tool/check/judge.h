@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "tool/check/verdict.h"
+#include "tool/inventory/counted.h"
 
 namespace velkpci {
 
@@ -19,7 +20,5 @@ inline Verdict NotApplicable(std::string point, std::string reason) {
 
 /// "a, b, c".
 std::string Joined(const std::vector<std::string>& words);
-/// "1 slot", "2 slots".
-std::string Counted(std::size_t count, const std::string& noun);
 
 }  // namespace velkpci

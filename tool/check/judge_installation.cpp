@@ -114,10 +114,6 @@ std::string Joined(const std::vector<std::string>& words) {
     return text;
 }
 
-std::string Counted(std::size_t count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
 void JudgeInstallation(const Facts& facts, std::vector<Verdict>& verdicts) {
     if (facts.registration) {
         verdicts.push_back(JudgeRegistered(*facts.registration));

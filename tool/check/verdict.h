@@ -23,7 +23,7 @@ struct Verdict {
 /// What the facts mean: a verdict for each point, in the order in which one fault explains those after it.
 std::vector<Verdict> Judge(const Facts& facts);
 
-// The rooms of the whole: pure, too.
+// Its parts, by what they look at; pure, too.
 void JudgeInstallation(const Facts& facts, std::vector<Verdict>& verdicts);
 void JudgeAnswers(const Facts& facts, std::vector<Verdict>& verdicts);
 void JudgeMachine(const Facts& facts, std::vector<Verdict>& verdicts);

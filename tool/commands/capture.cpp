@@ -7,6 +7,7 @@
 #include "tool/app/files.h"
 #include "tool/capture/identifiers.h"
 #include "tool/commands/commands.h"
+#include "tool/inventory/status_names.h"
 #include "tool/view/json_view.h"
 
 namespace velkpci {
@@ -14,13 +15,6 @@ namespace {
 
 using velkhost::Machine;
 using velkhost::Utf8FromWide;
-
-/// Whether WMI says that there is no such thing, which is an answer.
-bool IsAbsent(HRESULT status) {
-    return status == static_cast<HRESULT>(WBEM_E_INVALID_NAMESPACE) ||
-           status == static_cast<HRESULT>(WBEM_E_INVALID_CLASS) ||
-           status == static_cast<HRESULT>(WBEM_E_NOT_FOUND);
-}
 
 /// What a replay needs of an instance of the suite: paths are made of keys.
 velkhost::SuiteObject KeysOf(const Instance& instance, const std::wstring& nameSpace,
@@ -82,14 +76,15 @@ class CaptureCommand final : public Command {
             for (const wchar_t* name : velkhost::kSuiteClasses)
                 AddClass(context, reader, name, machine, failures);
         } catch (const WmiError& error) {
-            if (!IsAbsent(error.Status())) failures.push_back(context.Explain(error.what(), error.Status()));
+            if (!IsNotThere(error.Status()))
+                failures.push_back(context.Explain(error.what(), error.Status()));
         }
     }
 
     static void AddClass(Context& context, WmiReader& reader, const wchar_t* name, Machine& machine,
                          std::vector<Failure>& failures) {
         const ClassData data = reader.Enumerate(name);
-        if (IsAbsent(data.status)) return;
+        if (IsNotThere(data.status)) return;
         if (FAILED(data.status)) failures.push_back(context.Explain(Utf8FromWide(name), data.status));
         machine.suite = true;
         const std::wstring nameSpace = velkhost::WideFromUtf8(reader.From().Info().nameSpace);

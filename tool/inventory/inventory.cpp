@@ -240,6 +240,11 @@ const ClassData* Inventory::Class(std::wstring_view name) const {
     return found == classes.end() ? nullptr : &*found;
 }
 
+bool WasRead(const Inventory& inventory, std::wstring_view className) {
+    const ClassData* data = inventory.Class(className);
+    return data != nullptr && SUCCEEDED(data->status);
+}
+
 bool IsFailure(const ClassData& data) {
     if (SUCCEEDED(data.status)) return false;
     const bool isOfSuite = SameName(data.name, kChassisClass) || SameName(data.name, kComputerClass);

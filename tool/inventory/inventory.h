@@ -108,6 +108,9 @@ struct Inventory {
     const ClassData* Class(std::wstring_view name) const;
 };
 
+/// Whether a class answered to its end: what it did not tell is then not there.
+bool WasRead(const Inventory& inventory, std::wstring_view className);
+
 /// Whether a class that failed means a failure: the suite's two classes may be missing from a machine.
 bool IsFailure(const ClassData& data);
 

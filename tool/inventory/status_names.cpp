@@ -192,6 +192,11 @@ const char* NameOf(unsigned number) {
 
 }  // namespace
 
+bool IsNotThere(HRESULT status) {
+    const auto number = static_cast<unsigned>(status);
+    return number == WBEM_E_NOT_FOUND || number == WBEM_E_INVALID_CLASS || number == WBEM_E_INVALID_NAMESPACE;
+}
+
 std::string StatusName(HRESULT status) { return NameOf(static_cast<unsigned>(status)); }
 
 std::string FormatStatusNumber(HRESULT status) {

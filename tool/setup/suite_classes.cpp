@@ -6,8 +6,8 @@
 #include "common/bstr.h"
 #include "common/com_ptr.h"
 #include "common/variant.h"
-#include "host/com/wbem_codes.h"
 #include "tool/app/errors.h"
+#include "tool/inventory/status_names.h"
 #include "tool/source/source.h"
 
 namespace velkpci {
@@ -51,13 +51,6 @@ bool IsOfStandalone(IWbemClassObject& definition, const StandaloneClass& expecte
 }
 
 }  // namespace
-
-bool IsNotThere(HRESULT status) {
-    // A get of a class answers "not found", one of its instances "invalid class"; a namespace is made with
-    // the first class in it.
-    return status == velk::kWbemNotFound || status == velkhost::kWbemInvalidClass ||
-           status == velkhost::kWbemInvalidNamespace;
-}
 
 SuiteState StateOf(std::span<const SuiteClass> classes) {
     SuiteState state = SuiteState::kMissing;

@@ -27,9 +27,6 @@ struct NamespaceAnswers {
     HRESULT ownClass = S_OK;  ///< of the get of a class of this provider
 };
 
-/// Whether a status says that a class is not there, and nothing else.
-bool IsNotThere(HRESULT status);
-
 SuiteState StateOf(std::span<const SuiteClass> classes);
 
 /// The first status that left the question open; S_OK without one.

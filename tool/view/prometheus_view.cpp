@@ -53,11 +53,6 @@ class Gauge {
     std::map<std::string, std::size_t> samples_;
 };
 
-bool IsRead(const Inventory& inventory, const wchar_t* className) {
-    const ClassData* data = inventory.Class(className);
-    return data != nullptr && SUCCEEDED(data->status);
-}
-
 std::string FormatClasses(const Inventory& inventory) {
     Gauge up("velk_pci_class_up", "Whether the class was read (1) or failed (0).");
     for (const ClassData& data : inventory.classes) {
@@ -68,8 +63,8 @@ std::string FormatClasses(const Inventory& inventory) {
 }
 
 std::string FormatSlots(const Inventory& inventory) {
-    if (!IsRead(inventory, L"Velk_PCISlot")) return {};
-    const bool knowsCards = IsRead(inventory, L"Velk_PCICardInSlot") && IsRead(inventory, L"Velk_PCICard");
+    if (!WasRead(inventory, L"Velk_PCISlot")) return {};
+    const bool knowsCards = WasRead(inventory, L"Velk_PCICardInSlot") && WasRead(inventory, L"Velk_PCICard");
     Gauge slots("velk_pci_slots", "PCI slots that the firmware describes.");
     Gauge occupied("velk_pci_slot_occupied", "Whether the slot holds a card (1) or is empty (0).");
     Gauge powered("velk_pci_slot_powered", "Whether the slot has power (1) or not (0).");
@@ -89,7 +84,7 @@ std::string FormatFunctions(const Inventory& inventory) {
     Gauge functions("velk_pci_functions", "PCI functions by base class.");
     for (const Function& function : inventory.functions) {
         const wchar_t* className = function.isBridge ? L"Velk_PCIBridge" : L"Velk_PCIDevice";
-        if (!IsRead(inventory, className)) continue;
+        if (!WasRead(inventory, className)) continue;
         functions.Add({{"kind", function.isBridge ? "bridge" : "device"},
                        {"class", std::to_string(function.classCode)},
                        {"name", PciClassName(function.classCode)}});
@@ -98,7 +93,7 @@ std::string FormatFunctions(const Inventory& inventory) {
 }
 
 std::string FormatCards(const Inventory& inventory) {
-    if (!IsRead(inventory, L"Velk_PCICard")) return {};
+    if (!WasRead(inventory, L"Velk_PCICard")) return {};
     Gauge cards("velk_pci_cards", "Adapter cards.");
     cards.Set({}, inventory.cards.size());
     return cards.Format();

@@ -45,11 +45,6 @@ std::vector<std::size_t> CardsOutsideSlots(const Inventory& inventory) {
     return cards;
 }
 
-bool WasRead(const Inventory& inventory, std::wstring_view className) {
-    const ClassData* data = inventory.Class(className);
-    return data != nullptr && SUCCEEDED(data->status);
-}
-
 std::string KindOf(const Slot& slot) {
     if (slot.kind.empty()) {
         const bool isKnown = slot.layout.value.value_or(0) != 0 && !slot.layout.name.empty();
@@ -60,17 +55,13 @@ std::string KindOf(const Slot& slot) {
 
 const char* PowerOf(const Slot& slot) { return slot.powered ? "powered" : "not powered"; }
 
-std::string Count(std::size_t number, const char* word) {
-    return std::to_string(number) + " " + word + (number == 1 ? "" : "s");
-}
-
 std::string SlotCounts(const Inventory& inventory) {
     if (!WasRead(inventory, L"Velk_PCISlot") && inventory.slots.empty()) return "slots not known";
     const auto with = [&](Occupancy occupancy) {
         return std::ranges::count_if(
             inventory.slots, [&](const Slot& slot) { return OccupancyOf(inventory, slot) == occupancy; });
     };
-    const std::string slots = Count(inventory.slots.size(), "slot");
+    const std::string slots = Counted(inventory.slots.size(), "slot");
     if (inventory.slots.empty() || with(Occupancy::kUnknown) != 0) return slots;
     return slots + ", " + std::to_string(with(Occupancy::kOccupied)) + " with a card";
 }
@@ -78,7 +69,7 @@ std::string SlotCounts(const Inventory& inventory) {
 std::string FunctionCounts(const Inventory& inventory) {
     const auto bridges = std::ranges::count_if(inventory.functions, &Function::isBridge);
     if (!WasRead(inventory, L"Velk_PCIDevice")) return "functions not known";
-    const std::string functions = Count(inventory.functions.size(), "function");
+    const std::string functions = Counted(inventory.functions.size(), "function");
     if (!WasRead(inventory, L"Velk_PCIBridge")) return functions + ", bridges not known";
     return bridges == 0 ? functions : functions + ", " + std::to_string(bridges) + " of them bridges";
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tool/inventory/counted.h"
 #include "tool/inventory/inventory.h"
 
 namespace velkpci {
@@ -30,15 +31,10 @@ Occupancy OccupancyOf(const Inventory& inventory, const Slot& slot);
 /// Cards in slots that the firmware does not describe.
 std::vector<std::size_t> CardsOutsideSlots(const Inventory& inventory);
 
-/// Whether a class answered to its end: what it did not tell is then not there.
-bool WasRead(const Inventory& inventory, std::wstring_view className);
-
 /// "PCI Express x16", "PCI-X", "unknown kind".
 std::string KindOf(const Slot& slot);
 /// "powered", "not powered".
 const char* PowerOf(const Slot& slot);
-/// "6 slots", "1 function".
-std::string Count(std::size_t number, const char* word);
 /// "6 slots, 4 with a card"; without the second half where that is not known. "slots not known" where their
 /// class failed.
 std::string SlotCounts(const Inventory& inventory);

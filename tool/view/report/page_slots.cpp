@@ -104,7 +104,7 @@ class Slots {
         }
         if (shown < card.functions.size()) {
             out_.Put("li", {{"class", "note"}},
-                     "and " + Count(card.functions.size() - shown, "more function") + ", below by bus");
+                     "and " + Counted(card.functions.size() - shown, "more function") + ", below by bus");
         } else if (card.functions.empty() && !WasRead(inventory_, L"Velk_RealizesPCIDevice")) {
             out_.Put("li", {{"class", "note unknown"}}, "functions not known");
         }

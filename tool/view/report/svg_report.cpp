@@ -164,7 +164,7 @@ class Picture {
         for (std::size_t i = 0; i < shown; ++i)
             bay.functions.push_back(&inventory_.functions[card.functions[i]]);
         if (shown < card.functions.size())
-            bay.more = "and " + Count(card.functions.size() - shown, "more function");
+            bay.more = "and " + Counted(card.functions.size() - shown, "more function");
         if (card.functions.empty() && !WasRead(inventory_, L"Velk_RealizesPCIDevice"))
             bay.more = "functions not known";
         return bay;
