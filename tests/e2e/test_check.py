@@ -3,14 +3,14 @@
 import json
 import re
 import shutil
+import subprocess
+import sys
 import unittest
 
 import wine_prefix
-from wine_prefix import MACHINES, SERVER
+from wine_prefix import FAR, MACHINES, ROOT, SERVER
 
 BUILD = wine_prefix.build_folder()
-# Where firmware uses a slot ID twice or 0, the walk over all slots takes half a minute: asked for elsewhere.
-FAR = {"slot-id-zero"}
 
 prefix = None
 
@@ -96,6 +96,33 @@ class Check(unittest.TestCase):
         self.assertEqual(told["Velk_PCIDevice"]["outcome"], "passed")
         self.assertEqual(told["namespace"]["outcome"], "not applicable")
         self.assertTrue(answer.json()["windows"])
+
+
+class ThroughWmi(unittest.TestCase):
+    """As on a Windows server: the locator of the computer answers, and the DLL alone is asked beside it."""
+
+    @classmethod
+    def setUpClass(cls):
+        prefix.register()
+        prefix.register("velkhost.dll")
+        cls.addClassCleanup(prefix.unregister, "velkhost.dll")
+        prefix.environment["VELKHOST_MACHINE"] = "this-computer"
+        cls.addClassCleanup(prefix.environment.clear)
+        devices = prefix.folder / "devices.reg"
+        subprocess.run([sys.executable, "-B", ROOT / "tools" / "machine-to-reg", SERVER, devices], check=True)
+        prefix.wine("reg", "import", f"Z:{devices}")
+
+    def test_wmi_and_the_dll_alone_are_held_against_each_other(self):
+        answer = prefix.start(prefix.build / "velkpci.exe", "check", "--json")
+        told = {each["point"]: each for each in answer.json()["verdicts"]}
+        self.assertEqual(answer.json()["source"]["kind"], "wmi")
+        for name in ("Velk_PCIBridge", "Velk_PCIDevice", "Velk_PCICard"):
+            self.assertRegex(told[name]["detail"], r"\A[1-9]\d* instances?, the same keys in process\Z")
+        for point in ("registration", "versions", "namespace", "classes", "provider registrations", "hosting account",
+                      "log of these requests", "locks"):
+            self.assertEqual(told[point]["outcome"], "passed", told[point])
+        # This computer has no suite.
+        self.assertEqual(told["chassis"]["outcome"], "failed")
 
 
 class Export(unittest.TestCase):

@@ -8,12 +8,9 @@ import shlex
 import unittest
 
 import wine_prefix
-from wine_prefix import MACHINES, ROOT, SERVER
+from wine_prefix import FAR, MACHINES, ROOT, SERVER
 
 BUILD = wine_prefix.build_folder()
-# Where firmware uses a slot ID twice or 0, the walk over all slots takes half a minute: whole inventories of such a
-# machine are read by another test.
-FAR = {"slot-id-zero"}
 ONE_CLASS = {"list", "query", "get", "classes"}
 # What the pages mean by a word in capitals.
 CARD = 'Velk_PCICard.CreationClassName="Velk_PCICard",Tag="PCI Card 2"'

@@ -4,12 +4,10 @@ import unittest
 import xml.etree.ElementTree
 
 import wine_prefix
-from wine_prefix import MACHINES, ROOT, SERVER
+from wine_prefix import FAR, MACHINES, ROOT, SERVER
 
 BUILD = wine_prefix.build_folder()
 PICTURE = ROOT / "docs" / "sample-server.svg"
-# Where firmware uses a slot ID twice or 0, reading all slots takes half a minute: asked for elsewhere.
-FAR = {"slot-id-zero"}
 SVG = "{http://www.w3.org/2000/svg}"
 
 prefix = None
