@@ -84,7 +84,7 @@ DWORD CCommonLog::LogInit(const CString& baseName, const CString& moduleName) {
     baseName_ = baseName;
     pathBase_ = std::move(pathBase);
     maxSize_ = configuration.maxSize;
-    if (level_ > kVerbose) return ERROR_SUCCESS;
+    if (!LetsThrough(kVerbose)) return ERROR_SUCCESS;
     return WriteStateLine(kVerbose, L"LogInit",
                           L"A logging interface is initialized (Module=\"%s\", Level=%s, size=%ld)");
 }
@@ -102,7 +102,7 @@ DWORD CCommonLog::LogReset() {
     if (pathBase != pathBase_) {
         if (const DWORD error = MoveTo(pathBase); error != ERROR_SUCCESS) return error;
     }
-    if (level_ > kInformation) return ERROR_SUCCESS;
+    if (!LetsThrough(kInformation)) return ERROR_SUCCESS;
     return WriteStateLine(kInformation, L"LogReset",
                           L"A logging interface is updated (Module=\"%s\", Level=%s, size=%ld)");
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "common/handle.h"
 #include "common/log_configuration.h"
 #include "common/module_object.h"
@@ -46,24 +48,30 @@ class CCommonLog {
     /// it is empty.
     DWORD WriteLine(const CString& functionName, LONG level, const CString& message);
 
+    /// The levels that lines have.
+    static constexpr LONG kVerbose = 2;
+    static constexpr LONG kInformation = 3;
+    static constexpr LONG kError = 5;
+
+    /// Whether lines of a level are written. May be asked without LocalMutex(): to a caller that comes while
+    /// the level is being changed both answers are right.
+    bool LetsThrough(LONG level) const noexcept { return level_.load(std::memory_order_relaxed) <= level; }
+
     /// The in-process mutex of the calling convention; null before LogInit.
     HANDLE LocalMutex() const noexcept { return localMutex_.Get(); }
 
   private:
-    static constexpr LONG kVerbose = 2;
-    static constexpr LONG kInformation = 3;
-    static constexpr LONG kError = 5;
     static constexpr LONG kSilent = 6;  // above every level that a line can have
 
     template <class... Arguments>
     DWORD LogAt(LONG level, const wchar_t* format, const Arguments&... arguments) {
-        return level_ <= level ? WriteMessage(level, FormatText(format, arguments...)) : ERROR_SUCCESS;
+        return LetsThrough(level) ? WriteMessage(level, FormatText(format, arguments...)) : ERROR_SUCCESS;
     }
     DWORD WriteMessage(LONG level, const CString& message);
     DWORD WriteStateLine(LONG level, const wchar_t* method, const wchar_t* format);
     DWORD MoveTo(const CString& pathBase);
 
-    LONG level_ = kSilent;
+    std::atomic<LONG> level_ = kSilent;  ///< also read without a lock
     LONG maxSize_ = 0x200000;
     CString baseName_;
     CString pathBase_;

@@ -62,7 +62,7 @@ DWORD GetComputerNameByFormat(CString& name, COMPUTER_NAME_FORMAT format) {
     return ERROR_SUCCESS;
 }
 
-void GetComputerSystemClassName(CString& name) { name = kComputerSystemClass; }
+const wchar_t* GetComputerSystemClassName() noexcept { return kComputerSystemClass; }
 
 HRESULT GetComputerSystemPath(CString& path) {
     path.clear();
@@ -76,9 +76,8 @@ HRESULT GetComputerSystemPath(CString& path) {
     if (!ReadText(*classes.front(), L"__PATH", classPath)) return status;
     CString computerName;
     if (GetLocalComputerName(computerName) != ERROR_SUCCESS) return kWbemFailed;
-    CString className;
-    GetComputerSystemClassName(className);
-    path = FormatText(L"%s.CreationClassName=\"%s\",Name=\"%s\"", classPath, className, computerName);
+    path =
+        FormatText(L"%s.CreationClassName=\"%s\",Name=\"%s\"", classPath, kComputerSystemClass, computerName);
     return status;
 }
 

@@ -18,7 +18,7 @@ DWORD GetLocalComputerName(CString& name);
 DWORD GetComputerNameByFormat(CString& name, COMPUTER_NAME_FORMAT format);
 
 /// The name of the suite's computer-system class.
-void GetComputerSystemClassName(CString& name);
+const wchar_t* GetComputerSystemClassName() noexcept;
 
 /// Full path of the suite's computer-system instance, with key values as this module computes them; the
 /// instance itself is not fetched. WBEM_E_FAILED when the class is not there or the computer has no name. A

@@ -16,23 +16,26 @@ class FunctionLog {
 
     template <class... Arguments>
     void Verbose(const wchar_t* format, const Arguments&... arguments) const noexcept {
-        Write([&](CCommonLog& log) { log.LogVerbose(format, arguments...); });
+        Write(CCommonLog::kVerbose, [&](CCommonLog& log) { log.LogVerbose(format, arguments...); });
     }
     template <class... Arguments>
     void Information(const wchar_t* format, const Arguments&... arguments) const noexcept {
-        Write([&](CCommonLog& log) { log.LogInformation(format, arguments...); });
+        Write(CCommonLog::kInformation, [&](CCommonLog& log) { log.LogInformation(format, arguments...); });
     }
     template <class... Arguments>
     void Error(const wchar_t* format, const Arguments&... arguments) const noexcept {
-        Write([&](CCommonLog& log) { log.LogError(format, arguments...); });
+        Write(CCommonLog::kError, [&](CCommonLog& log) { log.LogError(format, arguments...); });
     }
 
   private:
     template <class FrontEnd>
-    void Write(FrontEnd frontEnd) const noexcept {
+    void Write(LONG level, FrontEnd frontEnd) const noexcept {
         CCommonLog* const log = CommonLog();
         // A log without its mutex was never initialised: silent anyway, and not safe to touch from here.
         if (log == nullptr || log->LocalMutex() == nullptr) return;
+        // Most lines are kept back by the level. They need not queue behind those that are being written: to
+        // take the mutex and give it back costs more than the rest of what is done for a record.
+        if (!log->LetsThrough(level)) return;
         const LastErrorKeeper keeper;
         RefillMemoryReserve();
         try {

@@ -2,10 +2,21 @@
 
 #include <cstdarg>
 #include <cwchar>
+#include <iterator>
 
 #include "common/platform.h"
 
 namespace velk {
+
+namespace {
+
+/// Ends an argument list on every way out.
+struct VaListEnd {
+    va_list& arguments;
+    ~VaListEnd() { va_end(arguments); }
+};
+
+}  // namespace
 
 namespace detail {
 
@@ -14,23 +25,25 @@ namespace detail {
 CString FormatPlatform(const wchar_t* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    va_list again;
-    va_copy(again, arguments);
-    const int length = _vscwprintf(format, arguments);
-    va_end(arguments);
+    const VaListEnd end{arguments};
 
-    CString text;
-    try {
-        if (length > 0) {
-            text.resize(static_cast<std::size_t>(length));
-            // Room for the characters alone: the terminator stands in the string's own spare element.
-            _vsnwprintf(text.data(), text.size() + 1, format, again);
-        }
-    } catch (...) {
-        va_end(again);
-        throw;
-    }
-    va_end(again);
+    // Nearly every text fits, and is then formatted once.
+    wchar_t shortText[256];
+    va_list first;
+    va_copy(first, arguments);
+    const int shortLength = _vsnwprintf(shortText, std::size(shortText), format, first);
+    va_end(first);
+    // Negative for a text that is longer, and for one that cannot be formatted.
+    if (shortLength >= 0) return CString(shortText, static_cast<std::size_t>(shortLength));
+
+    va_list second;
+    va_copy(second, arguments);
+    const int length = _vscwprintf(format, second);
+    va_end(second);
+    if (length <= 0) return {};
+    CString text(static_cast<std::size_t>(length), L'\0');
+    // Room for the characters alone: the terminator stands in the string's own spare element.
+    _vsnwprintf(text.data(), text.size() + 1, format, arguments);
     return text;
 }
 

@@ -49,11 +49,7 @@ class PropertyTableWriter {
 
     HRESULT operator()(const wchar_t* constant) const { return Write(constant); }
     HRESULT operator()(ComputerName) const { return Write(computerName_); }
-    HRESULT operator()(ComputerSystemClassName) const {
-        CString className;
-        GetComputerSystemClassName(className);
-        return Write(className);
-    }
+    HRESULT operator()(ComputerSystemClassName) const { return Write(GetComputerSystemClassName()); }
     HRESULT operator()(NonEmptyText<Record> text) const {
         const CString& value = record_.*text.field;
         return value.empty() ? kWbemNoError : Write(value);

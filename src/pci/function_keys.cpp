@@ -5,10 +5,8 @@
 namespace velk {
 
 bool FunctionKeysMatch(const RequestedKeys& keys, const wchar_t* wmiClass, const CVelkPCIDevice& function) {
-    CString systemClass;
-    GetComputerSystemClassName(systemClass);
     // In the order of kFunctionKeys.
-    return keys.values[2] == systemClass && keys.values[3] == keys.computerName &&
+    return keys.values[2] == GetComputerSystemClassName() && keys.values[3] == keys.computerName &&
            keys.values[1] == function.deviceId && keys.values[0] == wmiClass;
 }
 

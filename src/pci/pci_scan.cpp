@@ -139,12 +139,10 @@ class PciScan {
 
         CString computerName;
         if (GetLocalComputerName(computerName) != ERROR_SUCCESS) return false;
-        CString systemClass;
-        GetComputerSystemClassName(systemClass);
         const wchar_t* wmiClass = target_.WmiClass();
         const CString relativePath = FormatText(
             L"%s.CreationClassName=\"%s\",DeviceID=\"%s\",SystemCreationClassName=\"%s\",SystemName=\"%s\"",
-            wmiClass, wmiClass, function.deviceId, systemClass, computerName);
+            wmiClass, wmiClass, function.deviceId, GetComputerSystemClassName(), computerName);
         return !MakeFullObjectPath(function.objectPath, kSuiteNamespace, relativePath).empty();
     }
 

@@ -91,12 +91,18 @@ TEST_F(CVelkPCISlotElementLocationProv, PathsBeginWithThreeBackslashesWhereWmiNa
                     L"\\\\\\root\\VKQ:Velk_PCISlotLocation.Name=\"PCI Slot 1\",PhysicalPosition=\"1\"")));
 }
 
-// The one way to an empty path: the C runtime's formatter fails.
-decltype(&_vscwprintf) g_format = nullptr;
+// The one way to an empty path: the C runtime's formatter fails, first as if the text were long, then in
+// telling how long it is.
+constexpr wchar_t kPathFormat[] = L"\\\\%s\\%s:%s";
+decltype(&_vsnwprintf) g_format = nullptr;
+decltype(&_vscwprintf) g_measure = nullptr;
 int g_pathsUntilFailure = 0;
-int FailToFormat(const wchar_t* format, va_list arguments) {
-    if (std::wcscmp(format, L"\\\\%s\\%s:%s") == 0 && --g_pathsUntilFailure == 0) return -1;
-    return g_format(format, arguments);
+int FailToFormat(wchar_t* text, std::size_t size, const wchar_t* format, va_list arguments) {
+    if (std::wcscmp(format, kPathFormat) == 0 && --g_pathsUntilFailure == 0) return -1;
+    return g_format(text, size, format, arguments);
+}
+int FailToMeasure(const wchar_t* format, va_list arguments) {
+    return std::wcscmp(format, kPathFormat) == 0 ? -1 : g_measure(format, arguments);
 }
 
 TEST_F(CVelkPCISlotElementLocationProv, AnEmptyPathFailsTheListAlsoUnderANumberThatNoSlotHas) {
@@ -105,8 +111,10 @@ TEST_F(CVelkPCISlotElementLocationProv, AnEmptyPathFailsTheListAlsoUnderANumberT
     for (const int failing : {1, 2, 3, 4, 6}) {
         g_pathsUntilFailure = failing;
         {
-            const velktest::StandIn formatter("_vscwprintf", &FailToFormat);
+            const velktest::StandIn formatter("_vsnwprintf", &FailToFormat);
             g_format = formatter.Original<decltype(g_format)>();
+            const velktest::StandIn measure("_vscwprintf", &FailToMeasure);
+            g_measure = measure.Original<decltype(g_measure)>();
             EXPECT_EQ(Enumerate(), velk::kWbemFailed) << failing;
         }
         // Both paths of the number were made, and none of the next one's.

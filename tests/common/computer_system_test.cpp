@@ -154,8 +154,7 @@ TEST_F(ComputerSystemTest, BufferThatCannotBeHadIsError8) {
 }
 
 TEST_F(ComputerSystemTest, ClassNameIsFixed) {
-    GetComputerSystemClassName(name_);
-    EXPECT_EQ(name_, L"Velk_WinComputerSystem");
+    EXPECT_EQ(CString(GetComputerSystemClassName()), L"Velk_WinComputerSystem");
 }
 
 TEST_F(ComputerSystemTest, PathIsThatOfTheClassWithComputedKeys) {

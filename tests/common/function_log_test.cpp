@@ -59,6 +59,12 @@ TEST_F(FunctionLogTest, KeepsTheLastError) {
     EXPECT_EQ(::GetLastError(), 4711U);
 }
 
+int* theWaits = nullptr;
+DWORD WINAPI CountWait(HANDLE handle, DWORD milliseconds) {
+    ++*theWaits;
+    return ::WaitForSingleObjectEx(handle, milliseconds, FALSE);
+}
+
 void WINAPI Throw(SYSTEMTIME*) { throw std::bad_alloc(); }
 
 TEST_F(FunctionLogTest, SwallowsExceptionsAndReleasesTheMutex) {
@@ -70,6 +76,21 @@ TEST_F(FunctionLogTest, SwallowsExceptionsAndReleasesTheMutex) {
     }
     // A mutex still held by this thread could be released once more.
     EXPECT_FALSE(::ReleaseMutex(CommonLog()->LocalMutex()));
+}
+
+TEST_F(FunctionLogTest, ALineThatTheLevelKeepsBackDoesNotQueueBehindOthers) {
+    registry_.SetDword(velktest::kCommonLogKey, L"LogLevel", 3);
+    CommonLogObject().Create().LogInit(L"Base", L"Module");
+    int waits = 0;
+    theWaits = &waits;
+    {
+        const velktest::StandIn wait("WaitForSingleObject", &CountWait);
+        FunctionLog(L"Class", L"Method").Verbose(L"kept back");
+        EXPECT_EQ(waits, 0);
+        FunctionLog(L"Class", L"Method").Information(L"written");
+        EXPECT_GT(waits, 0);
+    }
+    EXPECT_EQ(Written(), L"03/07/2026 09:05:02.004 [Information] Module!Class::Method| written\r\n");
 }
 
 struct Waiter {

@@ -23,6 +23,11 @@ TEST(FormatText, MakesTextsLongerThanAnyFixedBuffer) {
     EXPECT_EQ(FormatText(L"<%s>", longText), L"<" + longText + L">");
 }
 
+TEST(FormatText, MakesTextsOfEveryLengthAroundThatOfTheFixedBuffer) {
+    for (std::size_t length = 250; length <= 260; ++length)
+        EXPECT_EQ(FormatText(L"%s", CString(length, L'x')), CString(length, L'x')) << length;
+}
+
 TEST(FormatText, MakesAnEmptyTextOfAnEmptyFormat) { EXPECT_EQ(FormatText(L""), L""); }
 
 TEST(Text, ComparesWithoutRegardToCase) {
