@@ -12,14 +12,14 @@ Type* At(HMODULE module, std::size_t rva) {
     return reinterpret_cast<Type*>(reinterpret_cast<std::byte*>(module) + rva);
 }
 
+}  // namespace
+
 void WriteSlot(void** slot, void* value) {
     DWORD protection = 0;
     ::VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &protection);
     *slot = value;
     ::VirtualProtect(slot, sizeof *slot, protection, &protection);
 }
-
-}  // namespace
 
 std::vector<ImportedFunction> ReadImports(HMODULE module) {
     const auto* dos = At<IMAGE_DOS_HEADER>(module, 0);

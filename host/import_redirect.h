@@ -43,6 +43,9 @@ struct ImportedFunction {
     void** slot;           ///< where the loader wrote its address
 };
 
+/// Writes an address into a table that the loader or the compiler protected against it.
+void WriteSlot(void** slot, void* value);
+
 /// The import table of a loaded module.
 std::vector<ImportedFunction> ReadImports(HMODULE module);
 

@@ -15,13 +15,6 @@ namespace velktest {
 
 namespace {
 
-void WriteSlot(void** slot, void* value) {
-    DWORD protection = 0;
-    ::VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &protection);
-    *slot = value;
-    ::VirtualProtect(slot, sizeof *slot, protection, &protection);
-}
-
 /// Values are handed over to the caller.
 template <class Argument>
 void BookValue(Argument) {}
@@ -53,9 +46,9 @@ struct FailingMethod<name, kind, HRESULT (STDMETHODCALLTYPE Interface::*)(Argume
 };
 
 template <CallName name, auto method, MethodKind kind = MethodKind::kPlain>
-MethodRedirect Redirect(void* object, std::size_t slot) {
+velkhost::MethodRedirect Redirect(void* object, std::size_t slot) {
     using Failing = FailingMethod<name, kind, decltype(method)>;
-    MethodRedirect redirect(object, slot, reinterpret_cast<void*>(&Failing::Call));
+    velkhost::MethodRedirect redirect(object, slot, reinterpret_cast<void*>(&Failing::Call));
     Failing::original = reinterpret_cast<decltype(Failing::original)>(redirect.Original());
     return redirect;
 }
@@ -67,18 +60,6 @@ velk::ComPtr<Interface> Require(velk::ComPtr<Interface> object) {
 }
 
 }  // namespace
-
-MethodRedirect::MethodRedirect(void* object, std::size_t slot, void* standIn)
-    : place_(*static_cast<void***>(object) + slot), original_(*place_) {
-    WriteSlot(place_, standIn);
-}
-
-MethodRedirect::MethodRedirect(MethodRedirect&& other) noexcept
-    : place_(std::exchange(other.place_, nullptr)), original_(other.original_) {}
-
-MethodRedirect::~MethodRedirect() {
-    if (place_ != nullptr) WriteSlot(place_, original_);
-}
 
 WmiFaults::WmiFaults() {
     // Slots: QueryInterface, AddRef and Release come first, then the methods in the order of declaration.

@@ -42,7 +42,7 @@ std::multiset<std::wstring> KeysOf(const ClassData& data) {
 }
 
 /// How WMI's answer and the DLL's own differ; empty when they do not.
-std::string Difference(const ClassData& wmi, const ClassData& inProcess) {
+std::string DescribeDifference(const ClassData& wmi, const ClassData& inProcess) {
     if (FAILED(inProcess.status)) return "in process it fails: " + DescribeStatus(inProcess.status);
     const auto here = KeysOf(wmi);
     const auto there = KeysOf(inProcess);
@@ -77,7 +77,7 @@ Verdict JudgeClass(const Facts& facts, const ClassSetup& setup) {
     if (!facts.inProcess || FAILED(facts.inProcess->connected)) return Passed(setup.name, count);
     const ClassData* inProcess = facts.inProcess->inventory.Class(name);
     const std::string difference =
-        inProcess == nullptr ? "in process it was not asked" : Difference(*data, *inProcess);
+        inProcess == nullptr ? "in process it was not asked" : DescribeDifference(*data, *inProcess);
     if (!difference.empty())
         return Failed(
             setup.name, count + " through WMI; " + difference,

@@ -12,10 +12,10 @@ namespace {
 
 using velkhost::Utf8FromWide;
 
-constexpr std::size_t kMany = 4;         ///< instances from which on a table shows more than blocks
-constexpr std::size_t kWidth = 120;      ///< columns, where no terminal tells
-constexpr std::size_t kWidestCell = 60;  ///< columns; longer texts are cut
-constexpr std::size_t kGap = 2;          ///< blanks between two cells
+constexpr std::size_t kMany = 4;            ///< instances from which on a table shows more than blocks
+constexpr std::size_t kDefaultWidth = 120;  ///< columns, where no terminal tells
+constexpr std::size_t kWidestCell = 60;     ///< columns; longer texts are cut
+constexpr std::size_t kGap = 2;             ///< blanks between two cells
 
 using Column = std::vector<std::string>;
 
@@ -149,7 +149,7 @@ std::string FormatOverview(const Instances& instances, std::size_t width) {
             continue;
         }
         const std::size_t needed = WidthOf(column) + (chosen.empty() ? 0 : kGap);
-        if (!chosen.empty() && used + needed > (width == 0 ? kWidth : width)) {
+        if (!chosen.empty() && used + needed > (width == 0 ? kDefaultWidth : width)) {
             ++crowded;
             continue;
         }

@@ -28,7 +28,7 @@ constexpr int kGroupGap = 16;
 constexpr int kCardHead = 28;
 constexpr int kLine = 19;
 constexpr int kEmptyBay = 44;
-constexpr std::size_t kShownFunctions = 4;
+constexpr std::size_t kDrawnFunctions = 4;
 
 std::string Px(int value) { return std::to_string(value); }
 
@@ -160,7 +160,7 @@ class Picture {
 
     Bay BayOf(const Card& card) const {
         Bay bay{true, card.tag, {}, {}};
-        const std::size_t shown = std::min(card.functions.size(), kShownFunctions);
+        const std::size_t shown = std::min(card.functions.size(), kDrawnFunctions);
         for (std::size_t i = 0; i < shown; ++i)
             bay.functions.push_back(&inventory_.functions[card.functions[i]]);
         if (shown < card.functions.size())
