@@ -7,6 +7,7 @@ import unittest
 
 import wine_prefix
 from wine_prefix import CLASSES, COMMON_LOG_KEY
+from wine_process import DESKTOP_KEY
 
 BUILD = wine_prefix.build_folder()
 
@@ -48,7 +49,7 @@ def class_registry() -> dict:
         values = []
         for line in target.read_text(encoding="utf-16").splitlines():
             if line.startswith("["):
-                values = keys.setdefault(line[1:-1], [])
+                values = [] if line[1:].startswith(DESKTOP_KEY) else keys.setdefault(line[1:-1], [])
             elif line:
                 values.append(line)
     return keys

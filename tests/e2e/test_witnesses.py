@@ -15,7 +15,8 @@ sys.path.insert(0, str(ROOT / "tests" / "tools"))
 import compare_dmidecode  # noqa: E402
 
 BUILD = wine_prefix.build_folder()
-PCI = pathlib.Path("/sys/bus/pci/devices")
+SYSFS = pathlib.Path("/sys")
+PCI = SYSFS / "bus" / "pci" / "devices"
 
 prefix = None
 
@@ -46,6 +47,9 @@ class OnOneMachine(unittest.TestCase):
 class ThisMachine(OnOneMachine):
     @classmethod
     def setUpClass(cls):
+        # lspci has other ways to the devices, the rest has not.
+        if not any(SYSFS.iterdir()):
+            raise unittest.SkipTest("/sys is not mounted")
         cls.record = prefix.folder / "record"
         cls.answer = witnesses("--build", BUILD, "--prefix", prefix.folder, "--save", cls.record)
 

@@ -4,13 +4,16 @@ The build folder is the last argument of each test file.
 """
 
 import json
-import os
 import pathlib
 import shutil
 import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "tests" / "support"))
+
+import wine_process  # noqa: E402
+
 MACHINES = sorted((ROOT / "machines").glob("*.json"))
 SERVER = ROOT / "machines" / "two-socket-rack-server.json"
 # Machines whose firmware uses a slot ID twice or 0: the walk over all their slots takes half a minute, and is made by the
@@ -61,19 +64,14 @@ class Prefix:
         self.wine("cmd", "/c", "exit")
 
     def end_server(self):
-        """Ends the prefix's own server, and with it all that runs there."""
-        found = (shutil.which(each) for each in ("wineserver64", "/usr/lib/wine/wineserver64", "wineserver"))
-        server = next(filter(None, found))
-        subprocess.run([server, "-k"], env={**os.environ, "WINEPREFIX": str(self.folder / "wineprefix")}, timeout=60)
+        wine_process.end_wine(self.folder)
 
     def remove(self):
         self.end_server()
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def start(self, *arguments) -> Answer:
-        command = [ROOT / "tools" / "wine-run", self.folder, *map(str, arguments)]
-        environment = {**os.environ, **self.environment}
-        return Answer(subprocess.run(command, capture_output=True, timeout=600, env=environment))
+        return Answer(wine_process.run_wine(self.folder, *arguments, environment=self.environment))
 
     def wine(self, *arguments) -> Answer:
         """A program that must succeed."""

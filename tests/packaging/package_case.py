@@ -4,16 +4,18 @@ The build folder is the last argument of each test file. Wine's msiexec repairs 
 on Windows the two are the same.
 """
 
-import os
 import pathlib
 import re
 import shutil
 import subprocess
 import sys
-import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "tests" / "support"))
+
+import wine_process  # noqa: E402
+
 BUILD = pathlib.Path(sys.argv.pop()).resolve()
 WORK = BUILD / "package-test" / pathlib.Path(sys.argv[0]).stem
 DRIVE = WORK / "wineprefix" / "drive_c"
@@ -46,7 +48,6 @@ WINES_OWN_FOLDER = "windows/Installer"
 WINES_COMPONENTS = r"hkey_local_machine\software\microsoft\windows\currentversion\installer\userdata\s-1-5-18\components"
 # Wine fills these at a time of its own choice.
 WINES_NETWORK_CARDS = r"\windows nt\currentversion\networkcards"
-WINES_DESKTOP = r"hkey_current_user\software\wine\temporary system parameters"
 
 
 def mof(name: str) -> str:
@@ -55,23 +56,15 @@ def mof(name: str) -> str:
 
 
 def wine(*arguments, check=True):
-    """Runs a program of the prefix. By files, and no pipes: Wine's desktop, which lives for some 20 seconds after the
-    program that it was started for, holds what that program prints to open."""
-    with tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as errors:
-        done = subprocess.run([ROOT / "tools" / "wine-run", WORK, *arguments], stdout=output, stderr=errors, timeout=300)
-        output.seek(0)
-        errors.seek(0)
-        done.stdout, done.stderr = output.read(), errors.read()
+    """Runs a program of the prefix."""
+    done = wine_process.run_wine(WORK, *arguments, timeout=300)
     if check and done.returncode != 0:
         raise AssertionError(f"{arguments}: {done.returncode}\n{done.stdout!r}\n{done.stderr!r}")
     return done
 
 
 def end_wine():
-    """Ends the prefix's own server, and with it all that runs there."""
-    found = (shutil.which(each) for each in ("wineserver64", "/usr/lib/wine/wineserver64", "wineserver"))
-    server = next(filter(None, found))
-    subprocess.run([server, "-k"], env={**os.environ, "WINEPREFIX": str(WORK / "wineprefix")}, timeout=60)
+    wine_process.end_wine(WORK)
 
 
 def registry() -> dict:
@@ -90,7 +83,7 @@ def registry() -> dict:
 
 
 def made_by_wine(key: str, values) -> bool:
-    if WINES_NETWORK_CARDS in key or key.startswith(WINES_DESKTOP):
+    if WINES_NETWORK_CARDS in key or key.startswith(wine_process.DESKTOP_KEY.lower()):
         return True
     return values == [] and (key in WINES_OWN_KEYS or key.startswith(WINES_COMPONENTS))
 

@@ -4,6 +4,7 @@ import hashlib
 import html.parser
 import os
 import re
+import shlex
 import subprocess
 import unittest
 
@@ -38,9 +39,9 @@ class Contents(unittest.TestCase):
         fresh_work_folder()
         # A signer that notes what it is given and changes it.
         signer = WORK / "sign"
-        signer.write_text(f'#!/bin/sh\nbasename "$1" >>{WORK}/signed\ncase $1 in *.msi) ;; *) printf signed >>"$1";; esac\n')
+        signer.write_text(f'#!/bin/sh\nbasename "$1" >>"{WORK}/signed"\ncase $1 in *.msi) ;; *) printf signed >>"$1";; esac\n')
         signer.chmod(0o755)
-        os.environ["VELK_SIGN"] = str(signer)
+        os.environ["VELK_SIGN"] = shlex.quote(str(signer))
         cls.addClassCleanup(os.environ.pop, "VELK_SIGN")
         cls.package = make_package(BUILD, "current")
         cls.signed = (WORK / "signed").read_text().split()
