@@ -3,7 +3,7 @@
 #include <shellapi.h>
 
 #include "host/utf8.h"
-#include "tool/app/exit_codes.h"
+#include "tool/basics/exit_codes.h"
 #include "tool/app/program.h"
 
 // -municode is not asked for: the wide command line is read from the system, so that class names and paths of

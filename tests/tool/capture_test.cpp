@@ -6,9 +6,9 @@
 #include "support/project_folder.h"
 #include "support/stand_ins.h"
 #include "support/temp_folder.h"
-#include "tool/app/errors.h"
-#include "tool/app/files.h"
 #include "tool/app/program.h"
+#include "tool/basics/errors.h"
+#include "tool/basics/files.h"
 
 namespace {
 

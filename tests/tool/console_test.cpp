@@ -1,4 +1,4 @@
-#include "tool/app/console.h"
+#include "tool/basics/console.h"
 
 #include <gmock/gmock.h>
 
@@ -6,7 +6,7 @@
 
 #include "recording_console.h"
 #include "support/stand_ins.h"
-#include "tool/app/exit_codes.h"
+#include "tool/basics/exit_codes.h"
 
 namespace {
 

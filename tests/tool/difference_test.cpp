@@ -5,8 +5,8 @@
 #include "host/utf8.h"
 #include "recording_console.h"
 #include "support/temp_folder.h"
-#include "tool/app/errors.h"
 #include "tool/app/program.h"
+#include "tool/basics/errors.h"
 
 namespace {
 

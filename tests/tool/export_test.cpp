@@ -1,6 +1,6 @@
 #include "support/temp_folder.h"
-#include "tool/app/errors.h"
-#include "tool/app/files.h"
+#include "tool/basics/errors.h"
+#include "tool/basics/files.h"
 #include "tool/view/prometheus_view.h"
 #include "tool_fixture.h"
 

@@ -7,7 +7,7 @@
 
 #include "host/machine/machine_writer.h"
 #include "support/project_folder.h"
-#include "tool/app/files.h"
+#include "tool/basics/files.h"
 
 namespace {
 

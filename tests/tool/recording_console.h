@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "tool/app/console.h"
+#include "tool/basics/console.h"
 
 namespace velktest {
 

@@ -1,8 +1,8 @@
 #include "host/machine/machine.h"
 #include "recording_console.h"
 #include "support/temp_folder.h"
-#include "tool/app/errors.h"
 #include "tool/app/program.h"
+#include "tool/basics/errors.h"
 #include "tool/source/hosted_source.h"
 #include "tool/source/wmi_source.h"
 #include "tool_fixture.h"
@@ -39,7 +39,6 @@ TEST_F(WmiSourceTest, ARefusedConnectionNamesWhatWasAskedAndTheStatus) {
     options.computer = "elsewhere";
     EXPECT_THROW(OpenWmiSource(options, console_), WmiError);
 }
-
 
 class ProgramTest : public testing::Test {
   protected:

@@ -1,4 +1,4 @@
-#include "tool/app/errors.h"
+#include "tool/basics/errors.h"
 #include "tool/view/csv_view.h"
 #include "tool/view/findings.h"
 #include "tool/view/json_view.h"

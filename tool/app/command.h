@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "tool/app/console.h"
-#include "tool/app/exit_codes.h"
+#include "tool/basics/console.h"
+#include "tool/basics/exit_codes.h"
 #include "tool/inventory/inventory.h"
 #include "tool/inventory/wmi_reader.h"
 #include "tool/source/source.h"

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <sstream>
 
-#include "tool/app/errors.h"
-#include "tool/app/version.h"
+#include "tool/basics/errors.h"
+#include "tool/basics/version.h"
 #include "tool/inventory/names.h"
 
 namespace velkpci {

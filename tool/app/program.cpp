@@ -3,7 +3,7 @@
 #include <exception>
 
 #include "tool/app/command_line.h"
-#include "tool/app/errors.h"
+#include "tool/basics/errors.h"
 
 namespace velkpci {
 

@@ -2,8 +2,8 @@
 
 #include "common/handle.h"
 #include "host/utf8.h"
-#include "tool/app/errors.h"
-#include "tool/app/version.h"
+#include "tool/basics/errors.h"
+#include "tool/basics/version.h"
 
 namespace velkpci {
 namespace {

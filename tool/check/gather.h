@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tool/app/console.h"
+#include "tool/basics/console.h"
 #include "tool/check/facts.h"
 
 namespace velkpci {

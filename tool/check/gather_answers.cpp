@@ -2,7 +2,7 @@
 
 #include "host/services/registered_server.h"
 #include "host/utf8.h"
-#include "tool/app/errors.h"
+#include "tool/basics/errors.h"
 #include "tool/check/gather.h"
 #include "tool/check/provider_classes.h"
 #include "tool/inventory/names.h"

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "tool/app/files.h"
+#include "tool/basics/files.h"
 #include "tool/check/gather.h"
 #include "tool/check/verdict.h"
 #include "tool/commands/commands.h"

@@ -1,5 +1,5 @@
 #include "host/utf8.h"
-#include "tool/app/errors.h"
+#include "tool/basics/errors.h"
 #include "tool/commands/commands.h"
 #include "tool/view/csv_view.h"
 #include "tool/view/json_view.h"

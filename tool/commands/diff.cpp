@@ -1,4 +1,4 @@
-#include "tool/app/errors.h"
+#include "tool/basics/errors.h"
 #include "tool/commands/commands.h"
 #include "tool/compare/difference.h"
 

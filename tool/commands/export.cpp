@@ -1,4 +1,4 @@
-#include "tool/app/files.h"
+#include "tool/basics/files.h"
 #include "tool/commands/commands.h"
 #include "tool/view/prometheus_view.h"
 

@@ -1,7 +1,7 @@
 #include "tool/view/report/report.h"
 
-#include "tool/app/errors.h"
-#include "tool/app/files.h"
+#include "tool/basics/errors.h"
+#include "tool/basics/files.h"
 #include "tool/commands/commands.h"
 
 namespace velkpci {

@@ -1,5 +1,5 @@
 #include "tool/setup/setup.h"
-#include "tool/app/errors.h"
+#include "tool/basics/errors.h"
 #include "tool/commands/commands.h"
 
 namespace velkpci {

@@ -3,7 +3,7 @@
 
 #include "host/path/object_path.h"
 #include "host/utf8.h"
-#include "tool/app/errors.h"
+#include "tool/basics/errors.h"
 #include "tool/compare/snapshot.h"
 #include "tool/view/json_view.h"
 #include "tool/view/object_view.h"

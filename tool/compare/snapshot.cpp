@@ -3,8 +3,8 @@
 #include <set>
 
 #include "host/utf8.h"
-#include "tool/app/errors.h"
-#include "tool/app/files.h"
+#include "tool/basics/errors.h"
+#include "tool/basics/files.h"
 
 namespace velkpci {
 namespace {

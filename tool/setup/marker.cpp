@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "host/utf8.h"
-#include "tool/app/files.h"
+#include "tool/basics/files.h"
 
 namespace velkpci {
 namespace {

@@ -2,7 +2,7 @@
 
 #include "common/handle.h"
 #include "host/utf8.h"
-#include "tool/app/errors.h"
+#include "tool/basics/errors.h"
 
 namespace velkpci {
 namespace {

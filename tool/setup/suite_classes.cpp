@@ -6,7 +6,7 @@
 #include "common/bstr.h"
 #include "common/com_ptr.h"
 #include "common/variant.h"
-#include "tool/app/errors.h"
+#include "tool/basics/errors.h"
 #include "tool/inventory/status_names.h"
 #include "tool/source/source.h"
 

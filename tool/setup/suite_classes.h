@@ -3,7 +3,7 @@
 #include <span>
 #include <vector>
 
-#include "tool/app/console.h"
+#include "tool/basics/console.h"
 
 namespace velkpci {
 

@@ -8,7 +8,7 @@
 #include "host/machine/machine_setup.h"
 #include "host/utf8.h"
 #include "host/wmi_host.h"
-#include "tool/app/errors.h"
+#include "tool/basics/errors.h"
 
 namespace velkpci {
 namespace {

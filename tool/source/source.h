@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "common/platform.h"
-#include "tool/app/console.h"
+#include "tool/basics/console.h"
 
 namespace velkpci {
 

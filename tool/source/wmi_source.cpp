@@ -7,7 +7,7 @@
 #include "host/model/repository.h"
 #include "host/services/apartment.h"
 #include "host/utf8.h"
-#include "tool/app/errors.h"
+#include "tool/basics/errors.h"
 
 namespace velkpci {
 namespace {

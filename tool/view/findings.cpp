@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "host/utf8.h"
-#include "tool/app/errors.h"
+#include "tool/basics/errors.h"
 #include "tool/inventory/names.h"
 #include "tool/inventory/status_names.h"
 #include "tool/view/csv_view.h"

@@ -1,4 +1,4 @@
-#include "tool/app/console.h"
+#include "tool/basics/console.h"
 
 #include <fcntl.h>
 #include <io.h>
@@ -8,7 +8,7 @@
 #include <iostream>
 
 #include "host/utf8.h"
-#include "tool/app/exit_codes.h"
+#include "tool/basics/exit_codes.h"
 
 namespace velkpci {
 namespace {

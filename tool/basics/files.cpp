@@ -1,4 +1,4 @@
-#include "tool/app/files.h"
+#include "tool/basics/files.h"
 
 #include <cstring>
 #include <fstream>
@@ -7,7 +7,7 @@
 #include "common/handle.h"
 #include "common/text.h"
 #include "host/utf8.h"
-#include "tool/app/errors.h"
+#include "tool/basics/errors.h"
 
 namespace velkpci {
 namespace {
