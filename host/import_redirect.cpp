@@ -1,5 +1,7 @@
 #include "host/import_redirect.h"
 
+#include <cstddef>
+#include <cstring>
 #include <stdexcept>
 #include <utility>
 
@@ -12,13 +14,21 @@ Type* At(HMODULE module, std::size_t rva) {
     return reinterpret_cast<Type*>(reinterpret_cast<std::byte*>(module) + rva);
 }
 
+/// An entry of an import table. Byte by byte: not every linker aligns them.
+template <class Type>
+Type Read(const void* entry) {
+    Type value;
+    std::memcpy(&value, entry, sizeof value);
+    return value;
+}
+
 }  // namespace
 
 void WriteSlot(void** slot, void* value) {
     DWORD protection = 0;
-    ::VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &protection);
-    *slot = value;
-    ::VirtualProtect(slot, sizeof *slot, protection, &protection);
+    ::VirtualProtect(slot, sizeof value, PAGE_READWRITE, &protection);
+    std::memcpy(static_cast<void*>(slot), &value, sizeof value);
+    ::VirtualProtect(slot, sizeof value, protection, &protection);
 }
 
 std::vector<ImportedFunction> ReadImports(HMODULE module) {
@@ -30,17 +40,17 @@ std::vector<ImportedFunction> ReadImports(HMODULE module) {
     if (directory.VirtualAddress == 0) return imports;
     for (auto* library = At<IMAGE_IMPORT_DESCRIPTOR>(module, directory.VirtualAddress); library->Name != 0;
          ++library) {
-        auto* name = At<IMAGE_THUNK_DATA>(module, library->OriginalFirstThunk);
-        auto* address = At<IMAGE_THUNK_DATA>(module, library->FirstThunk);
-        for (; name->u1.AddressOfData != 0; ++name, ++address) {
+        const std::byte* name = At<std::byte>(module, library->OriginalFirstThunk);
+        std::byte* address = At<std::byte>(module, library->FirstThunk);
+        while (const auto thunk = Read<ULONGLONG>(name)) {
             std::string function;
-            if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) {
-                const auto* entry =
-                    At<IMAGE_IMPORT_BY_NAME>(module, static_cast<std::size_t>(name->u1.AddressOfData));
-                function = reinterpret_cast<const char*>(entry->Name);
+            if (!IMAGE_SNAP_BY_ORDINAL64(thunk)) {
+                function =
+                    At<char>(module, static_cast<std::size_t>(thunk) + offsetof(IMAGE_IMPORT_BY_NAME, Name));
             }
-            imports.push_back(
-                {At<char>(module, library->Name), function, reinterpret_cast<void**>(&address->u1.Function)});
+            imports.push_back({At<char>(module, library->Name), function, reinterpret_cast<void**>(address)});
+            name += sizeof thunk;
+            address += sizeof thunk;
         }
     }
     return imports;
@@ -51,7 +61,7 @@ ImportRedirect::ImportRedirect(HMODULE module, const char* function, void* stand
         if (import.function == function) slots_.push_back(import.slot);
     }
     if (slots_.empty()) throw std::runtime_error(std::string("not imported: ") + function);
-    original_ = *slots_.front();
+    original_ = Read<void*>(slots_.front());
     for (void** slot : slots_) WriteSlot(slot, standIn);
 }
 

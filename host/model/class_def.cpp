@@ -93,6 +93,11 @@ bool ClassDef::IsA(std::wstring_view className) const {
     return false;
 }
 
+std::wstring ClassDef::Provider() const {
+    const QualifierDef* named = FindQualifier(qualifiers, L"Provider");
+    return named == nullptr ? std::wstring() : ToText(named->value);
+}
+
 ClassPtr ProjectClass(const ClassPtr& wholeClass, const std::vector<std::wstring>& properties) {
     auto projection = std::make_shared<ClassDef>(*wholeClass);
     projection->isProjection = true;

@@ -54,6 +54,8 @@ struct ClassDef {
     const PropertyDef* Find(std::wstring_view property) const;
     /// Whether this class is the named one or derives from it.
     bool IsA(std::wstring_view className) const;
+    /// The name of the provider that serves its instances: its qualifier Provider. Empty without one.
+    std::wstring Provider() const;
 };
 
 using ClassPtr = std::shared_ptr<const ClassDef>;

@@ -179,12 +179,10 @@ std::optional<Repository::ProviderInfo> Repository::FindProvider(std::wstring_vi
                                                                  HRESULT& failure) const {
     failure = velk::kWbemNoError;
     const ClassPtr definition = FindClass(nameSpace, className);
-    const QualifierDef* named =
-        definition == nullptr ? nullptr : FindQualifier(definition->qualifiers, L"Provider");
-    if (named == nullptr) return std::nullopt;
-
     ProviderInfo info;
-    info.name = ToText(named->value);
+    if (definition != nullptr) info.name = definition->Provider();
+    if (info.name.empty()) return std::nullopt;
+
     failure = static_cast<HRESULT>(WBEM_E_PROVIDER_NOT_FOUND);
     for (const velk::ComPtr<ClassObject>& provider : StaticInstances(nameSpace, L"__Win32Provider")) {
         if (!SameName(TextOf(*provider, L"Name"), info.name)) continue;

@@ -11,12 +11,10 @@ namespace velkhost {
 
 namespace {
 
-std::wstring Widen(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
-
 std::wstring RealText(double number) {
     std::array<char, 32> buffer{};
     const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
-    return Widen({buffer.data(), result.ptr});
+    return {buffer.data(), result.ptr};
 }
 
 std::wstring QuoteForMof(const std::wstring& text) {

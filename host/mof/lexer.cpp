@@ -3,23 +3,14 @@
 #include <charconv>
 #include <utility>
 
+#include "host/characters.h"
+
 namespace velkhost::mof {
 
 namespace {
 
-bool IsDigit(char32_t character) { return character >= U'0' && character <= U'9'; }
-bool IsWordStart(char32_t character) {
-    return (character >= U'a' && character <= U'z') || (character >= U'A' && character <= U'Z') ||
-           character == U'_';
-}
-bool IsWordPart(char32_t character) { return IsWordStart(character) || IsDigit(character); }
-
-int HexDigit(char32_t character) {
-    if (IsDigit(character)) return static_cast<int>(character - U'0');
-    if (character >= U'a' && character <= U'f') return static_cast<int>(character - U'a') + 10;
-    if (character >= U'A' && character <= U'F') return static_cast<int>(character - U'A') + 10;
-    return -1;
-}
+bool IsWordStart(char32_t character) { return IsAsciiLetter(character) || character == U'_'; }
+bool IsWordPart(char32_t character) { return IsWordStart(character) || IsAsciiDigit(character); }
 
 // Beyond the basic plane a character takes two units where wchar_t is UTF-16 (on Windows).
 void Append(std::wstring& text, char32_t character) {
@@ -115,7 +106,8 @@ Token Lexer::Next() {
     const char32_t character = Peek();
     if (character == kEnd) return token;
     if (IsWordStart(character) || character == U'$') return ReadWord(std::move(token));
-    if (IsDigit(character) || character == U'-' || character == U'+') return ReadNumber(std::move(token));
+    if (IsAsciiDigit(character) || character == U'-' || character == U'+')
+        return ReadNumber(std::move(token));
     if (character == U'"') return ReadString(std::move(token));
 
     static constexpr std::u32string_view kSymbols = U"{}()[];:,=#";
@@ -141,7 +133,7 @@ Token Lexer::ReadNumber(Token token) {
     if (Peek() == U'-' || Peek() == U'+') {
         token.integer.negative = Peek() == U'-';
         Advance();
-        if (!IsDigit(Peek())) Fail(token.at, "a sign must be followed by digits");
+        if (!IsAsciiDigit(Peek())) Fail(token.at, "a sign must be followed by digits");
     }
     const auto takesExponentSign = [&] {
         return (digits.ends_with('e') || digits.ends_with('E')) && !digits.starts_with("0x") &&
@@ -221,8 +213,8 @@ char32_t Lexer::ReadEscape() {
     }
     char32_t character = 0;
     int digits = 0;
-    for (; digits < 4 && HexDigit(Peek()) >= 0; ++digits) {
-        character = character * 16 + static_cast<char32_t>(HexDigit(Peek()));
+    for (; digits < 4 && DigitValue(Peek()) < 16; ++digits) {
+        character = character * 16 + DigitValue(Peek());
         Advance();
     }
     if (digits == 0) Fail(begin, "\\x must be followed by one to four hexadecimal digits");

@@ -4,55 +4,32 @@
 #include <limits>
 #include <utility>
 
+#include "host/characters.h"
+
 namespace velkhost {
 
 namespace {
 
 bool IsSeparator(wchar_t c) { return c == L'\\' || c == L'/'; }
 
-bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
-
-/// Letters, digits, underscore and everything beyond ASCII.
-bool IsIdentifierCharacter(wchar_t c) {
-    return IsDigit(c) || c == L'_' || (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z') ||
-           static_cast<unsigned long>(c) >= 0x80;
-}
-
 bool IsIdentifier(std::wstring_view text) {
-    if (text.empty() || IsDigit(text.front())) return false;
+    if (text.empty() || IsAsciiDigit(text.front())) return false;
     for (const wchar_t c : text) {
-        if (!IsIdentifierCharacter(c)) return false;
+        if (!IsNameCharacter(c)) return false;
     }
     return true;
 }
 
 /// Servers and namespaces may hold what class names may not.
-bool IsPlaceCharacter(wchar_t c) { return IsIdentifierCharacter(c) || c == L'-'; }
+bool IsPlaceCharacter(wchar_t c) { return IsNameCharacter(c) || c == L'-'; }
 bool IsServerCharacter(wchar_t c) { return IsPlaceCharacter(c) || c == L'.'; }
-
-bool EqualsAsciiWord(std::wstring_view text, std::wstring_view upperCaseWord) {
-    if (text.size() != upperCaseWord.size()) return false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const wchar_t c = text[i];
-        const wchar_t upper = c >= L'a' && c <= L'z' ? static_cast<wchar_t>(c - L'a' + L'A') : c;
-        if (upper != upperCaseWord[i]) return false;
-    }
-    return true;
-}
-
-int DigitValue(wchar_t c) {
-    if (IsDigit(c)) return c - L'0';
-    if (c >= L'a' && c <= L'f') return c - L'a' + 10;
-    if (c >= L'A' && c <= L'F') return c - L'A' + 10;
-    return 16;
-}
 
 std::optional<std::uint64_t> ParseMagnitude(std::wstring_view digits, unsigned base) {
     if (digits.empty()) return std::nullopt;
     constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
     std::uint64_t value = 0;
     for (const wchar_t c : digits) {
-        const auto digit = static_cast<unsigned>(DigitValue(c));
+        const unsigned digit = DigitValue(c);
         if (digit >= base || value > (kMax - digit) / base) return std::nullopt;
         value = value * base + digit;
     }
@@ -112,7 +89,7 @@ class PathReader {
                 if (rest_.empty()) return false;
             } else if (Take(L':')) {
                 path_.namespaces.emplace_back(name);
-                return ReadClassName(TakeWhile(IsIdentifierCharacter));
+                return ReadClassName(TakeWhile(IsNameCharacter));
             } else if (rest_.empty() && NamesNamespace()) {
                 path_.namespaces.emplace_back(name);
             } else {
@@ -152,7 +129,7 @@ class PathReader {
     }
 
     bool ReadNamedKey() {
-        const std::wstring_view name = TakeWhile(IsIdentifierCharacter);
+        const std::wstring_view name = TakeWhile(IsNameCharacter);
         return IsIdentifier(name) && Take(L'=') && ReadValue(name);
     }
 
@@ -185,8 +162,8 @@ class PathReader {
     std::optional<PathKeyValue> ReadUnquoted() {
         const std::wstring_view word = TakeWhile([](wchar_t c) { return c != L','; });
         if (word.empty()) return std::nullopt;
-        if (EqualsAsciiWord(word, L"TRUE")) return PathKeyValue(true);
-        if (EqualsAsciiWord(word, L"FALSE")) return PathKeyValue(false);
+        if (EqualsAsciiWord(word, L"true")) return PathKeyValue(true);
+        if (EqualsAsciiWord(word, L"false")) return PathKeyValue(false);
         return ParseInteger(word);
     }
 

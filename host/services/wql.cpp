@@ -3,6 +3,8 @@
 #include <limits>
 #include <utility>
 
+#include "host/characters.h"
+
 namespace velkhost {
 namespace {
 
@@ -12,31 +14,6 @@ struct SyntaxError {
 };
 
 bool IsBlank(wchar_t c) { return c == L' ' || c == L'\t' || c == L'\r' || c == L'\n'; }
-bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
-wchar_t ToLowerAscii(wchar_t c) { return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c; }
-
-/// WMI's identifiers: ASCII letters, digits, underscores, and anything beyond ASCII.
-bool IsNameCharacter(wchar_t c) {
-    const wchar_t lower = ToLowerAscii(c);
-    return IsDigit(c) || c == L'_' || (lower >= L'a' && lower <= L'z') ||
-           static_cast<std::uint32_t>(c) >= 0x80;
-}
-
-/// Keywords and the few names with a meaning are ASCII, so only ASCII letters fold.
-bool EqualsKeyword(std::wstring_view word, std::wstring_view lowerKeyword) {
-    if (word.size() != lowerKeyword.size()) return false;
-    for (std::size_t i = 0; i < word.size(); ++i) {
-        if (ToLowerAscii(word[i]) != lowerKeyword[i]) return false;
-    }
-    return true;
-}
-
-/// The value of a digit in any base up to 16, or 16 when it is none.
-unsigned DigitValue(wchar_t c) {
-    if (IsDigit(c)) return static_cast<unsigned>(c - L'0');
-    const wchar_t lower = ToLowerAscii(c);
-    return lower >= L'a' && lower <= L'f' ? static_cast<unsigned>(lower - L'a') + 10 : 16;
-}
 
 class WqlParser {
   public:
@@ -48,7 +25,7 @@ class WqlParser {
         query.properties = ParseProperties();
         ExpectKeyword(L"from");
         query.className = ParseName(L"a class name");
-        query.isSchema = EqualsKeyword(query.className, L"meta_class");
+        query.isSchema = EqualsAsciiWord(query.className, L"meta_class");
         if (query.isSchema && !query.properties.empty()) Fail(L"a query of meta_class selects * only");
         if (!AtEnd()) {
             ExpectKeyword(L"where");
@@ -89,7 +66,7 @@ class WqlParser {
 
     void ExpectKeyword(std::wstring_view lowerKeyword) {
         const std::size_t start = position_;
-        if (EqualsKeyword(TakeWord(), lowerKeyword)) return;
+        if (EqualsAsciiWord(TakeWord(), lowerKeyword)) return;
         position_ = start;
         SkipBlanks();
         Fail(L"the word " + std::wstring(lowerKeyword) + L" is expected");
@@ -97,7 +74,7 @@ class WqlParser {
 
     std::wstring ParseName(const wchar_t* what) {
         SkipBlanks();
-        if (IsDigit(Peek())) Fail(std::wstring(what) + L" does not begin with a digit");
+        if (IsAsciiDigit(Peek())) Fail(std::wstring(what) + L" does not begin with a digit");
         const std::wstring_view name = TakeWord();
         if (name.empty()) Fail(std::wstring(what) + L" is expected");
         return std::wstring(name);
@@ -124,7 +101,7 @@ class WqlParser {
     WqlTerm ParseTerm(bool isSchema) {
         WqlTerm term;
         term.property = ParseName(L"a property name");
-        if (EqualsKeyword(term.property, L"__this")) {
+        if (EqualsAsciiWord(term.property, L"__this")) {
             if (!isSchema) Fail(L"__this ISA is for queries of meta_class");
             ExpectKeyword(L"isa");
             term.kind = WqlTerm::Kind::kIsDerived;
@@ -143,13 +120,13 @@ class WqlParser {
         if (AtEnd()) Fail(L"a value is expected");
         const wchar_t first = Peek();
         if (first == L'"' || first == L'\'') return ParseText();
-        if (first == L'-' || first == L'+' || IsDigit(first)) return ParseInteger();
+        if (first == L'-' || first == L'+' || IsAsciiDigit(first)) return ParseInteger();
         WqlLiteral literal;
         literal.kind = WqlLiteral::Kind::kBoolean;
         const std::size_t start = position_;
         const std::wstring_view word = TakeWord();
-        literal.truth = EqualsKeyword(word, L"true");
-        if (literal.truth || EqualsKeyword(word, L"false")) return literal;
+        literal.truth = EqualsAsciiWord(word, L"true");
+        if (literal.truth || EqualsAsciiWord(word, L"false")) return literal;
         position_ = start;
         Fail(L"a value is expected: a quoted text, an integer, TRUE or FALSE");
     }

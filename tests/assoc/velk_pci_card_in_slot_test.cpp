@@ -93,17 +93,17 @@ TEST_F(CVelkPCICardInSlotProv, PathsBeginWithThreeBackslashesWhereWmiNamesNoServ
                     L"\\\\\\root\\VKQ:Velk_PCICard.CreationClassName=\"Velk_PCICard\",Tag=\"PCI Card 1\"")));
 }
 
-CVelkPCICardInSlotProv* g_test = nullptr;
+velktest::AssociationBench* g_bench = nullptr;
 decltype(&::FindResourceExW) g_findResource = nullptr;
 /// Renames the WMI server as soon as the text of a slot's tag is asked for.
 HRSRC WINAPI RenameServerAtSlotTag(HMODULE module, LPCWSTR type, LPCWSTR name, WORD language) {
     // The string table comes in blocks of 16; the slot's tag is text 112, the card's 104.
-    if (name == MAKEINTRESOURCEW(112 / 16 + 1)) g_test->ServeComputerSystemClass(L"LATER");
+    if (name == MAKEINTRESOURCEW(112 / 16 + 1)) g_bench->ServeComputerSystemClass(L"LATER");
     return g_findResource(module, type, name, language);
 }
 
 TEST_F(CVelkPCICardInSlotProv, TheCardsPathIsMadeBeforeTheSlots) {
-    g_test = this;
+    g_bench = this;
     const velktest::StandIn rename("FindResourceExW", &RenameServerAtSlotTag);
     g_findResource = rename.Original<decltype(g_findResource)>();
     AddFunction(1);
@@ -115,10 +115,8 @@ TEST_F(CVelkPCICardInSlotProv, TheCardsPathIsMadeBeforeTheSlots) {
             CardPath(1))));
 }
 
-HRSRC WINAPI FindNoResource(HMODULE, LPCWSTR, LPCWSTR, WORD) { return nullptr; }
-
 TEST_F(CVelkPCICardInSlotProv, TextsMissingFromTheStringTableAreReportedInTheTags) {
-    const velktest::StandIn noTexts("FindResourceExW", &FindNoResource);
+    const velktest::NoStringTable noTexts;
     AddFunction(1);
     EXPECT_EQ(Enumerate(), S_OK);
     EXPECT_THAT(

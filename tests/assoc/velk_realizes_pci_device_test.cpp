@@ -81,10 +81,8 @@ TEST_F(CVelkRealizesPCIDeviceProv, PathsBeginWithThreeBackslashesWhereWmiNamesNo
     EXPECT_TRUE(DeliveredReferences()[0].second.starts_with(L"\\\\\\root\\VKQ:Velk_PCIDevice."));
 }
 
-HRSRC WINAPI FindNoResource(HMODULE, LPCWSTR, LPCWSTR, WORD) { return nullptr; }
-
 TEST_F(CVelkRealizesPCIDeviceProv, ATextMissingFromTheStringTableIsReportedInTheTag) {
-    const velktest::StandIn noTexts("FindResourceExW", &FindNoResource);
+    const velktest::NoStringTable noTexts;
     const int function = AddFunction(1);
     EXPECT_EQ(Enumerate(), S_OK);
     EXPECT_THAT(

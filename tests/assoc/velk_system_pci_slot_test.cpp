@@ -93,19 +93,19 @@ TEST_F(CVelkSystemPCISlotProv, FailsWithoutAFirmwareTableAlthoughTheCountIsThenZ
     EXPECT_THAT(Slots(), ElementsAre(SlotPath(1)));
 }
 
-CVelkSystemPCISlotProv* g_test = nullptr;
+CVelkSystemPCISlotProv* g_enumerating = nullptr;
 decltype(&::ReleaseMutex) g_releaseMutex = nullptr;
 bool g_loadedByAnother = false;
 /// As soon as the lock of the table is free after a load that failed, another thread loads it.
 BOOL WINAPI LoadOnceFree(HANDLE mutex) {
     const BOOL released = g_releaseMutex(mutex);
-    const auto& queries = g_test->wmi.Namespace(L"root\\wmi").queries;
+    const auto& queries = g_enumerating->wmi.Namespace(L"root\\wmi").queries;
     if (g_loadedByAnother || queries.empty()) return released;
     std::thread([mutex] {
         const velktest::Apartment apartment;
         if (::WaitForSingleObject(mutex, 0) != WAIT_OBJECT_0) return;  // held still, further out
         g_loadedByAnother = true;
-        g_test->ServeSlots({{1}});
+        g_enumerating->ServeSlots({{1}});
         EXPECT_TRUE(velk::Smbios().Load());
         g_releaseMutex(mutex);
     }).join();
@@ -113,7 +113,7 @@ BOOL WINAPI LoadOnceFree(HANDLE mutex) {
 }
 
 TEST_F(CVelkSystemPCISlotProv, FailsWithoutATableAlsoWhenAnotherThreadLoadsItRightAfterwards) {
-    g_test = this;
+    g_enumerating = this;
     g_loadedByAnother = false;
     wmi.Namespace(L"root\\wmi");
     {

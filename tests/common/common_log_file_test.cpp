@@ -14,6 +14,7 @@
 #include "support/child_process.h"
 #include "support/stand_ins.h"
 #include "support/temp_folder.h"
+#include "support/waiting.h"
 
 namespace velk {
 namespace {
@@ -135,15 +136,10 @@ TEST_F(CCommonLogTest, LineThatCannotBeWrittenReturnsTheSystemsCode) {
     EXPECT_EQ(ReadWide(File()), Error());
 }
 
-BOOL WINAPI RefuseToWrite(HANDLE, const void*, DWORD, DWORD*, OVERLAPPED*) {
-    ::SetLastError(ERROR_DISK_FULL);
-    return FALSE;
-}
-
 TEST_F(CCommonLogTest, FullDiskIsReturnedAndReleasesEverything) {
     Init();
     {
-        const StandIn write("WriteFile", &RefuseToWrite);
+        const velktest::FullDisk full;
         EXPECT_EQ(log_.LogError(L"lost"), DWORD{ERROR_DISK_FULL});
     }
     EXPECT_TRUE(::DeleteFileW(File().c_str())) << "the handle was closed";

@@ -231,12 +231,8 @@ BOOL WINAPI Refuse(HANDLE, void*, DWORD, DWORD*, OVERLAPPED*) {
     ::SetLastError(ERROR_READ_FAULT);
     return FALSE;
 }
-BOOL WINAPI RefuseToMove(HANDLE, LARGE_INTEGER, LARGE_INTEGER*, DWORD) {
+BOOL WINAPI RefuseToSeek(HANDLE, LARGE_INTEGER, LARGE_INTEGER*, DWORD) {
     ::SetLastError(ERROR_SEEK);
-    return FALSE;
-}
-BOOL WINAPI RefuseToWrite(HANDLE, const void*, DWORD, DWORD*, OVERLAPPED*) {
-    ::SetLastError(ERROR_DISK_FULL);
     return FALSE;
 }
 BOOL WINAPI RefuseSize(HANDLE, LARGE_INTEGER*) {
@@ -260,7 +256,7 @@ TEST_F(CLegacyLogTest, EveryFailureOfACutIsReturnedAndGivesTheSemaphoreBack) {
         EXPECT_EQ(log_.ErrorLevel1(L"lost"), DWORD{ERROR_READ_FAULT});
     }
     {
-        const StandIn move("SetFilePointerEx", &RefuseToMove);
+        const StandIn move("SetFilePointerEx", &RefuseToSeek);
         EXPECT_EQ(log_.ErrorLevel1(L"lost"), DWORD{ERROR_SEEK});
     }
     {
@@ -279,11 +275,11 @@ TEST_F(CLegacyLogTest, FailuresOfALineAreReturnedAndGiveTheSemaphoreBack) {
         EXPECT_EQ(log_.ErrorLevel1(L"lost"), DWORD{ERROR_ACCESS_DENIED});
     }
     {
-        const StandIn write("WriteFile", &RefuseToWrite);
+        const velktest::FullDisk full;
         EXPECT_EQ(log_.ErrorLevel1(L"lost"), DWORD{ERROR_DISK_FULL});
     }
     {
-        const StandIn move("SetFilePointerEx", &RefuseToMove);
+        const StandIn move("SetFilePointerEx", &RefuseToSeek);
         EXPECT_EQ(log_.ErrorLevel1(L"lost"), DWORD{ERROR_SEEK});
     }
     EXPECT_EQ(log_.ErrorLevel1(L"e"), DWORD{ERROR_SUCCESS});

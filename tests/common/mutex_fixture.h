@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <optional>
 #include <string>
 
@@ -12,6 +13,7 @@
 #include "support/registry_fixture.h"
 #include "support/stand_ins.h"
 #include "support/temp_folder.h"
+#include "support/waiting.h"
 
 namespace velktest {
 
@@ -25,6 +27,28 @@ void OnAnotherThread(Function function) {
     const velk::UniqueHandle thread(::CreateThread(nullptr, 0, run, &function, 0, nullptr));
     ASSERT_TRUE(BecomesSignalled(thread.Get()));
 }
+
+/// Lets every wait without a limit fail; the log's own, which has one, goes on working. One at a time.
+class FailingWaits {
+  public:
+    FailingWaits() {
+        count_ = 0;
+        real_ = redirect_.Original<decltype(&::WaitForSingleObject)>();
+    }
+    static int Count() { return count_; }
+
+  private:
+    static DWORD WINAPI Wait(HANDLE object, DWORD timeout) {
+        if (timeout != INFINITE) return real_(object, timeout);
+        ++count_;
+        ::SetLastError(ERROR_ACCESS_DENIED);
+        return WAIT_FAILED;
+    }
+
+    static inline std::atomic<int> count_ = 0;
+    static inline decltype(&::WaitForSingleObject) real_ = &::WaitForSingleObject;
+    StandIn<decltype(&Wait)> redirect_{"WaitForSingleObject", &Wait};
+};
 
 /// Locks that report to a legacy log of the test's own.
 class CMutexTest : public ::testing::Test {

@@ -112,21 +112,10 @@ TEST_F(CMutexTest, ThreadsExcludeEachOtherThoughAnUnnamedOneCannotBeMade) {
     ExpectExclusion(*mutex_);
 }
 
-decltype(&::WaitForSingleObject) realWait = nullptr;
-std::atomic<int> failedWaits = 0;
-DWORD WINAPI FailToWait(HANDLE object, DWORD timeout) {
-    if (timeout != INFINITE) return realWait(object, timeout);
-    ++failedWaits;
-    ::SetLastError(ERROR_ACCESS_DENIED);
-    return WAIT_FAILED;
-}
-
 TEST_F(CMutexTest, ThreadsExcludeEachOtherThoughTheWaitFails) {
-    const StandIn wait("WaitForSingleObject", &FailToWait);
-    realWait = wait.Original<decltype(&::WaitForSingleObject)>();
-    failedWaits = 0;
+    const velktest::FailingWaits failing;
     ExpectExclusion(*mutex_);
-    EXPECT_GT(failedWaits, 0);
+    EXPECT_GT(failing.Count(), 0);
 }
 
 TEST_F(CMutexTest, WithoutItsMutexItIsRecursiveAllTheSame) {

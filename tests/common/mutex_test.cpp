@@ -146,18 +146,9 @@ TEST_F(CMutexTest, AbandonedOneIsReportedAndHeld) {
     EXPECT_EQ(TryToTake(opened.Get()), DWORD{WAIT_OBJECT_0});
 }
 
-decltype(&::WaitForSingleObject) realWait = nullptr;
-DWORD WINAPI FailToWait(HANDLE object, DWORD timeout) {
-    // The log's own wait, which has a limit, goes on working.
-    if (timeout != INFINITE) return realWait(object, timeout);
-    ::SetLastError(ERROR_ACCESS_DENIED);
-    return WAIT_FAILED;
-}
-
 TEST_F(CMutexTest, FailedWaitWritesTheErrorLine) {
     {
-        const StandIn wait("WaitForSingleObject", &FailToWait);
-        realWait = wait.Original<decltype(&::WaitForSingleObject)>();
+        const velktest::FailingWaits failing;
         mutex_->Lock();
     }
     EXPECT_EQ(Written(), ErrorLine(ERROR_ACCESS_DENIED));

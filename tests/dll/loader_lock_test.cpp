@@ -9,6 +9,7 @@
 #include "support/child_process.h"
 #include "support/registry_fixture.h"
 #include "support/temp_folder.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -53,8 +54,7 @@ class Loader {
     UniqueHandle thread_;
 };
 
-constexpr DWORD kMoment = 500;      // milliseconds: long enough for a load that does not wait
-constexpr DWORD kPatience = 60000;  // milliseconds
+constexpr DWORD kMoment = 500;  // milliseconds: long enough for a load that does not wait
 
 /// Whether nobody has the file open: it can be opened for this process alone.
 bool IsClosed(const velk::CString& file) {
@@ -92,8 +92,8 @@ TEST(LoaderLock, ALoadThatWaitsForTheLogHoldsUpEveryOtherLoadAndNothingElse) {
             EXPECT_FALSE(UniqueHandle(::OpenMutexW(SYNCHRONIZE, FALSE, lock.c_str()))) << "not even made";
         }
     }
-    EXPECT_TRUE(ours.HasLoaded(kPatience));
-    EXPECT_TRUE(unrelated.HasLoaded(kPatience));
+    EXPECT_TRUE(ours.HasLoaded(velktest::Patience()));
+    EXPECT_TRUE(unrelated.HasLoaded(velktest::Patience()));
 }
 
 }  // namespace

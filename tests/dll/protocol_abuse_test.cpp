@@ -13,6 +13,7 @@
 #include "support/recording_sink.h"
 #include "support/registry_fixture.h"
 #include "support/temp_folder.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -20,12 +21,6 @@ using velktest::Answer;
 using velktest::Enumerate;
 using velktest::RecordingSink;
 using velktest::ServedClass;
-
-constexpr DWORD kPatience = 60000;  // milliseconds
-
-bool IsSet(const velk::UniqueHandle& event) {
-    return ::WaitForSingleObject(event.Get(), kPatience) == WAIT_OBJECT_0;
-}
 
 class ProtocolAbuse : public testing::Test {
   protected:
@@ -100,7 +95,7 @@ TEST_F(ProtocolAbuse, AClientAsksAgainFromWithinIndicate) {
         };
         sink->onStatus = [&] { ::SetEvent(done.Get()); };
         ASSERT_EQ(provider.CreateInstanceEnumAsync(nullptr, 0, nullptr, sink.Get()), S_OK);
-        ASSERT_TRUE(IsSet(done));
+        ASSERT_TRUE(velktest::BecomesSignalled(done.Get()));
         EXPECT_EQ(sink->statuses.size(), 1u);
         EXPECT_EQ(sink->statuses.front().result, S_OK);
         sink->indications.clear();
@@ -119,18 +114,18 @@ TEST_F(ProtocolAbuse, AClientLeavesWhileTheSlotLocationThreadWorks) {
     const auto sink = RecordingSink::Make();
     sink->onIndicate = [&] {
         ::SetEvent(delivering.Get());
-        ::WaitForSingleObject(goOn.Get(), kPatience);
+        velktest::BecomesSignalled(goOn.Get());
     };
     sink->onStatus = [&] { ::SetEvent(done.Get()); };
     auto provider = dll_->MakeProvider(L"Velk_PCISlotLocation");
     ASSERT_EQ(provider->CreateInstanceEnumAsync(nullptr, 0, nullptr, sink.Get()), S_OK);
-    ASSERT_TRUE(IsSet(delivering));
+    ASSERT_TRUE(velktest::BecomesSignalled(delivering.Get()));
     provider.Reset();
     const auto canUnloadNow = reinterpret_cast<HRESULT(WINAPI*)()>(
         reinterpret_cast<void*>(::GetProcAddress(dll_->Module(), "DllCanUnloadNow")));
     EXPECT_EQ(canUnloadNow(), S_FALSE) << "the thread is inside the DLL";
     ::SetEvent(goOn.Get());
-    ASSERT_TRUE(IsSet(done));
+    ASSERT_TRUE(velktest::BecomesSignalled(done.Get()));
     EXPECT_EQ(sink->statuses.front().result, S_OK);
     EXPECT_FALSE(sink->indications.empty());
     sink->indications.clear();

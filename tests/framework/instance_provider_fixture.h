@@ -85,6 +85,12 @@ inline BOOL WINAPI NameTheComputer(COMPUTER_NAME_FORMAT, wchar_t* buffer, DWORD*
     return TRUE;
 }
 
+/// Lets no class be found: the path parser's is missing.
+class NoClasses {
+    static HRESULT WINAPI FindNone(REFCLSID, DWORD, void*, REFIID, void**) { return REGDB_E_CLASSNOTREG; }
+    StandIn<decltype(&FindNone)> redirect_{"CoGetClassObject", &FindNone};
+};
+
 /// A provider of things, on the computer SRV01.
 class InstanceProvider : public ProviderBench {
   protected:

@@ -57,12 +57,10 @@ TEST_F(InstanceProvider, InitializeFailsWithoutItsClassAndDoesNotCallTheSink) {
     EXPECT_TRUE(initSink->statuses.empty());
 }
 
-HRESULT WINAPI NoClassObject(REFCLSID, DWORD, void*, REFIID, void**) { return REGDB_E_CLASSNOTREG; }
-
 TEST_F(InstanceProvider, InitializeFailsWithoutThePathParserAndDoesNotCallTheSink) {
     const ComPtr<ThingProv> provider(new ThingProv);
     services->AddObject(kWmiClass, velktest::FakeClassObject::Make());
-    const StandIn<decltype(&NoClassObject)> noParser("CoGetClassObject", &NoClassObject);
+    const velktest::NoClasses noParser;
     EXPECT_EQ(Initialize(*provider.Get()), kWbemFailed);
     EXPECT_TRUE(initSink->statuses.empty());
 }

@@ -83,14 +83,12 @@ TEST_F(InstanceProviderSession, ASecondInitializeWithoutItsClassLeavesGetsThatFi
     EXPECT_EQ(Enumerate(*provider.Get()), kWbemFailed) << "the first call's class does not";
 }
 
-HRESULT WINAPI NoClassObject(REFCLSID, DWORD, void*, REFIID, void**) { return REGDB_E_CLASSNOTREG; }
-
 TEST_F(InstanceProviderSession, ASecondInitializeWithoutAParserKeepsTheClassItFetched) {
     g_source.names = {L"b"};
     const ComPtr<ThingProv> provider = Provider();
     const OtherNamespace other;
     {
-        const StandIn<decltype(&NoClassObject)> noParser("CoGetClassObject", &NoClassObject);
+        const velktest::NoClasses noParser;
         EXPECT_EQ(InitializeFor(*provider.Get(), *other.services), kWbemFailed);
     }
     EXPECT_EQ(Get(*provider.Get(), kPathOfB), kWbemInvalidParameter);

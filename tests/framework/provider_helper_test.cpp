@@ -10,7 +10,7 @@
 namespace velk {
 namespace {
 
-constexpr wchar_t kWmiClass[] = L"Test_Thing";
+constexpr wchar_t kThingClass[] = L"Test_Thing";
 constexpr ULONGLONG kInstance = WBEMPATH_INFO_IS_INST_REF | WBEMPATH_INFO_IS_COMPOUND;
 
 /// A class object that makes nothing.
@@ -20,7 +20,7 @@ class NoParser final : public velktest::FakeUnknown<IClassFactory, IID_IClassFac
     HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
 };
 
-HRESULT Check(const wchar_t* path, const wchar_t* wmiClass = kWmiClass, ULONGLONG test = kInstance) {
+HRESULT Check(const wchar_t* path, const wchar_t* wmiClass = kThingClass, ULONGLONG test = kInstance) {
     const ComPtr<IClassFactory> parser = velkhost::MakePathParserClass();
     return CInstanceProviderHelper(nullptr, nullptr)
         .CheckInstancePath(parser.Get(), Bstr(path), wmiClass, test);
@@ -43,17 +43,18 @@ TEST(CInstanceProviderHelper, AcceptsInstancePathsOfTheClassInAnyCase) {
 TEST(CInstanceProviderHelper, TellsPathsOfOtherClassesFromThoseOfNoInstance) {
     EXPECT_EQ(Check(L"Other_Thing.Name=\"a\""), kWbemNotFound);
     EXPECT_EQ(Check(L"Test_Thing"), kWbemInvalidObjectPath);
-    EXPECT_EQ(Check(L"Test_Thing.Name=\"a\"", kWmiClass, WBEMPATH_INFO_IS_CLASS_REF), kWbemInvalidObjectPath)
+    EXPECT_EQ(Check(L"Test_Thing.Name=\"a\"", kThingClass, WBEMPATH_INFO_IS_CLASS_REF),
+              kWbemInvalidObjectPath)
         << "none of the bits asked for";
-    EXPECT_EQ(Check(L"Test_Thing", kWmiClass, WBEMPATH_INFO_IS_CLASS_REF), S_OK) << "one of them";
+    EXPECT_EQ(Check(L"Test_Thing", kThingClass, WBEMPATH_INFO_IS_CLASS_REF), S_OK) << "one of them";
 }
 
 TEST(CInstanceProviderHelper, WithoutAParserTheParameterIsInvalid) {
     const CInstanceProviderHelper helper(nullptr, nullptr);
     const Bstr path(L"Test_Thing.Name=\"a\"");
-    EXPECT_EQ(helper.CheckInstancePath(nullptr, path, kWmiClass, kInstance), kWbemInvalidParameter);
+    EXPECT_EQ(helper.CheckInstancePath(nullptr, path, kThingClass, kInstance), kWbemInvalidParameter);
     const ComPtr<NoParser> noParser(new NoParser);
-    EXPECT_EQ(helper.CheckInstancePath(noParser.Get(), path, kWmiClass, kInstance), kWbemInvalidParameter);
+    EXPECT_EQ(helper.CheckInstancePath(noParser.Get(), path, kThingClass, kInstance), kWbemInvalidParameter);
 }
 
 TEST(CInstanceProviderHelper, PassesOnWhatTheParserAnswers) {

@@ -11,6 +11,7 @@
 #include "common/handle.h"
 #include "host/com/wbem_codes.h"
 #include "services_fixture.h"
+#include "support/waiting.h"
 
 namespace {
 
@@ -19,14 +20,9 @@ using namespace velkhost;
 using testing::ElementsAre;
 using testing::SizeIs;
 
-constexpr DWORD kPatience = 30000;  // milliseconds
 constexpr LONG kSemisynchronous = WBEM_FLAG_RETURN_IMMEDIATELY | WBEM_FLAG_FORWARD_ONLY;
 
 velk::UniqueHandle MakeEvent() { return velk::UniqueHandle(::CreateEventW(nullptr, TRUE, FALSE, nullptr)); }
-
-bool IsSet(const velk::UniqueHandle& event) {
-    return ::WaitForSingleObject(event.Get(), kPatience) == WAIT_OBJECT_0;
-}
 
 /// Does something of its own when it is called, and counts.
 class MeddlingSink final : public ComObject<IWbemObjectSink> {
@@ -84,7 +80,7 @@ class ProtocolAbuse : public ServicesTest {
     void HoldTheProvider() {
         script_->enumerate = [this](IWbemServices* nameSpace, IWbemObjectSink* sink) {
             ::SetEvent(asked_.Get());
-            ::WaitForSingleObject(goOn_.Get(), kPatience);
+            BecomesSignalled(goOn_.Get());
             return AnswerItems(nameSpace, sink, 3);
         };
     }
@@ -106,7 +102,7 @@ TEST_F(ProtocolAbuse, AnEnumeratorIsReleasedWhileItsProviderWorks) {
     HoldTheProvider();
     velk::ComPtr<IEnumWbemClassObject> enumerator;
     ASSERT_EQ(Enumerate(L"Item", enumerator, kSemisynchronous), S_OK);
-    ASSERT_TRUE(IsSet(asked_));
+    ASSERT_TRUE(BecomesSignalled(asked_.Get()));
     enumerator.Reset();
     ::SetEvent(goOn_.Get());
     EXPECT_THAT(QueryTexts(L"SELECT * FROM Item"), SizeIs(3));
@@ -126,7 +122,7 @@ TEST_F(ProtocolAbuse, AClientAsksAgainFromWithinIndicateAndSetStatus) {
     const auto ask = [&] { found += QueryTexts(L"SELECT * FROM Item").size(); };
     const auto sink = MakeComObject<MeddlingSink>(ask, ask);
     ASSERT_EQ(EnumerateAsync(sink.Get()), S_OK);
-    ASSERT_TRUE(IsSet(sink->done));
+    ASSERT_TRUE(BecomesSignalled(sink->done.Get()));
     EXPECT_EQ(sink->status, S_OK);
     EXPECT_EQ(sink->objects, 3);
     EXPECT_EQ(found, 12u);
@@ -146,7 +142,7 @@ TEST_F(ProtocolAbuse, AClientThatAsksFromWithinIndicateFindsTheProviderFree) {
         found.push_back(Drain(*enumerator).size());
     });
     ASSERT_EQ(EnumerateAsync(sink.Get()), S_OK);
-    ASSERT_TRUE(IsSet(sink->done));
+    ASSERT_TRUE(BecomesSignalled(sink->done.Get()));
     EXPECT_THAT(found, ElementsAre(3u, 3u, 3u));
 }
 
@@ -154,7 +150,7 @@ TEST_F(ProtocolAbuse, ACancelledCallGetsItsOneStatusAtOnceAndNoObjectAfterwards)
     HoldTheProvider();
     const auto sink = MakeComObject<MeddlingSink>();
     ASSERT_EQ(EnumerateAsync(sink.Get()), S_OK);
-    ASSERT_TRUE(IsSet(asked_));
+    ASSERT_TRUE(BecomesSignalled(asked_.Get()));
     EXPECT_EQ(services_->CancelAsyncCall(sink.Get()), S_OK);
     EXPECT_EQ(sink->status, kWbemCallCancelled) << "before the provider is through";
     ::SetEvent(goOn_.Get());
@@ -169,7 +165,7 @@ TEST_F(ProtocolAbuse, ACallIsCancelledFromWithinIndicate) {
     HRESULT cancelled = E_PENDING;
     sink = MakeComObject<MeddlingSink>([&] { cancelled = services_->CancelAsyncCall(sink.Get()); });
     ASSERT_EQ(EnumerateAsync(sink.Get()), S_OK);
-    ASSERT_TRUE(IsSet(sink->done));
+    ASSERT_TRUE(BecomesSignalled(sink->done.Get()));
     EXPECT_EQ(cancelled, S_OK);
     EXPECT_EQ(sink->status, kWbemCallCancelled);
     EXPECT_EQ(sink->objects, 1) << "of three";
@@ -183,7 +179,7 @@ TEST_F(ProtocolAbuse, ASinkWithoutACallCannotBeCancelled) {
     EXPECT_EQ(services_->CancelAsyncCall(sink.Get()), velk::kWbemNotFound);
     EXPECT_EQ(services_->CancelAsyncCall(nullptr), velk::kWbemInvalidParameter);
     ASSERT_EQ(EnumerateAsync(sink.Get()), S_OK);
-    ASSERT_TRUE(IsSet(sink->done));
+    ASSERT_TRUE(BecomesSignalled(sink->done.Get()));
     // Its thread may still be on the way out; then there is a call, which is over.
     services_->CancelAsyncCall(sink.Get());
     host_.reset();

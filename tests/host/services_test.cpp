@@ -111,7 +111,6 @@ TEST_F(ServicesTest, SelectedPropertiesAreTheOnlyOnes) {
 
 TEST_F(ServicesTest, QueriesThatDoNotFitAreInvalid) {
     velk::ComPtr<IEnumWbemClassObject> enumerator;
-    constexpr LONG kSemisynchronous = WBEM_FLAG_RETURN_IMMEDIATELY | WBEM_FLAG_FORWARD_ONLY;
     EXPECT_EQ(Query(L"garbage", enumerator, kSemisynchronous), kWbemInvalidQuery);
     EXPECT_EQ(Query(L"SELECT Nothing FROM Item", enumerator), kWbemInvalidQuery);
     EXPECT_EQ(Query(L"SELECT * FROM Item WHERE Nothing = 1", enumerator), kWbemInvalidQuery);

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "module/failing_writes.h"
 #include "support/registry_tree.h"
 #include "support/stand_ins.h"
 
@@ -13,16 +14,6 @@ using velktest::RegistryTree;
 using velktest::StandIn;
 
 constexpr wchar_t kKey[] = L"Software\\VelkRegistrarTest";
-
-// How many calls of RegSetValueExW succeed before one fails. One alone: undoing must not be hindered.
-int g_writesLeft = 0;
-
-LSTATUS WINAPI SetValueUntilItFails(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data,
-                                    DWORD size) {
-    static const auto real = reinterpret_cast<decltype(&::RegSetValueExW)>(
-        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"advapi32.dll"), "RegSetValueExW")));
-    return g_writesLeft-- == 0 ? ERROR_DISK_FULL : real(key, name, reserved, type, data, size);
-}
 
 class RegistrarTest : public testing::Test {
   protected:
@@ -147,14 +138,12 @@ TEST_F(RegistrarTest, FailureAtAnyWriteIsReportedAndUndone) {
     for (int write = 0; write < kWrites; ++write) {
         SCOPED_TRACE(write);
         {
-            g_writesLeft = write;
-            const StandIn failing("RegSetValueExW", &SetValueUntilItFails);
+            const velktest::FailingWrite failing(write, ERROR_DISK_FULL);
             EXPECT_EQ(Register(items), ERROR_DISK_FULL);
         }
         EXPECT_EQ(Tree(), before);
     }
-    g_writesLeft = kWrites;
-    const StandIn failing("RegSetValueExW", &SetValueUntilItFails);
+    const velktest::FailingWrite failing(kWrites, ERROR_DISK_FULL);
     EXPECT_EQ(Register(items), ERROR_SUCCESS) << "there are no more writes than were tried";
 }
 

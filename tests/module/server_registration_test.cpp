@@ -8,6 +8,7 @@
 
 #include "common/handle.h"
 #include "module/class_table.h"
+#include "module/failing_writes.h"
 #include "module/registrar.h"
 #include "module/registry_script.h"
 #include "module/server_registration_fixture.h"
@@ -92,37 +93,25 @@ TEST_F(ServerRegistrationTest, UserScopeWritesTheUsersClassesAlone) {
     EXPECT_TRUE(Registered(HKEY_CURRENT_USER).empty());
 }
 
-int g_writesLeft = 0;
-
-LSTATUS WINAPI SetValueUntilItFails(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data,
-                                    DWORD size) {
-    static const auto real = reinterpret_cast<decltype(&::RegSetValueExW)>(
-        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"advapi32.dll"), "RegSetValueExW")));
-    return g_writesLeft-- == 0 ? ERROR_ACCESS_DENIED : real(key, name, reserved, type, data, size);
-}
-
 TEST_F(ServerRegistrationTest, FailureHalfWayUndoesAllScripts) {
     // Two values of the AppID and ten of each class.
     constexpr int kWrites = 2 + 2 * 10;
     for (int write = 0; write < kWrites; ++write) {
         SCOPED_TRACE(write);
         {
-            g_writesLeft = write;
-            const StandIn failing("RegSetValueExW", &SetValueUntilItFails);
+            const velktest::FailingWrite failing(write, ERROR_ACCESS_DENIED);
             EXPECT_EQ(Register(), HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
         }
         EXPECT_TRUE(Registered().empty());
     }
-    g_writesLeft = kWrites;
-    const StandIn failing("RegSetValueExW", &SetValueUntilItFails);
+    const velktest::FailingWrite failing(kWrites, ERROR_ACCESS_DENIED);
     EXPECT_EQ(Register(), S_OK) << "there are no more writes than were tried";
 }
 
 TEST_F(ServerRegistrationTest, FailedUpgradeKeepsTheOldRegistration) {
     ASSERT_EQ(Register(), S_OK);
     {
-        g_writesLeft = 15;
-        const StandIn failing("RegSetValueExW", &SetValueUntilItFails);
+        const velktest::FailingWrite failing(15, ERROR_ACCESS_DENIED);
         EXPECT_EQ(Register(), HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
     }
     EXPECT_EQ(Registered(), Expected());

@@ -19,7 +19,7 @@ using velktest::RegistryTree;
 using velktest::ServerRegistrationTest;
 using velktest::StandIn;
 
-const std::wstring kClasses = L"Software\\Classes\\";
+const std::wstring kClassesPath = L"Software\\Classes\\";
 
 template <class Function>
 Function Real(const char* name) {
@@ -39,8 +39,8 @@ Place PlaceOf(HKEY root, const wchar_t* path) {
     static const auto open = Real<decltype(&::RegOpenKeyExW)>("RegOpenKeyExW");
     UniqueRegistryKey key;
     const bool isUsers =
-        open(HKEY_CURRENT_USER, (kClasses + path).c_str(), 0, KEY_READ, key.Put()) == ERROR_SUCCESS;
-    return {isUsers ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE, kClasses + path};
+        open(HKEY_CURRENT_USER, (kClassesPath + path).c_str(), 0, KEY_READ, key.Put()) == ERROR_SUCCESS;
+    return {isUsers ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE, kClassesPath + path};
 }
 
 LSTATUS WINAPI OpenAsWindows(HKEY root, LPCWSTR path, DWORD options, REGSAM access, HKEY* key) {
@@ -106,8 +106,8 @@ class UsersClasses : public ServerRegistrationTest {
                          sizeof kValue);
     }
 
-    const std::wstring kUsersClass_ = kClasses + L"CLSID\\" + kFirstClsid;
-    const std::wstring kUsersAppIds_ = kClasses + L"AppID";
+    const std::wstring kUsersClass_ = kClassesPath + L"CLSID\\" + kFirstClsid;
+    const std::wstring kUsersAppIds_ = kClassesPath + L"AppID";
     RegistryTree expected_;
 };
 

@@ -4,6 +4,7 @@
 #include "slots/slots_bench.h"
 #include "slots/velk_pci_slot_location_prov.h"
 #include "support/log_capture.h"
+#include "support/waiting.h"
 
 namespace velk {
 namespace {
@@ -54,9 +55,6 @@ TEST_F(CVelkPCISlotLocationListTest, WithoutATableTheListIsAnEmptySuccess) {
     EXPECT_THAT(Rebuilt(list), IsEmpty());
 }
 
-/// A kernel object that the test waits for in vain when the product forgets it.
-constexpr DWORD kPatience = 60000;
-
 class CVelkPCISlotLocationProvTest : public velktest::SlotsBench {
   protected:
     ComPtr<CVelkPCISlotLocationProv> Provider() {
@@ -71,16 +69,12 @@ class CVelkPCISlotLocationProvTest : public velktest::SlotsBench {
         };
         return provider.CreateInstanceEnumAsync(nullptr, 0, nullptr, sink.Get());
     }
-    bool IsAnswered(DWORD patience = kPatience) {
+    bool IsAnswered(DWORD patience = velktest::Patience()) {
         return ::WaitForSingleObject(answered.Get(), patience) == WAIT_OBJECT_0;
     }
     /// Waits until the worker has given everything back that it held.
     static bool WorkerIsGone(LONG remaining) {
-        for (DWORD waited = 0; waited < kPatience; waited += 10) {
-            if (ModuleLock::Count() == remaining) return true;
-            ::Sleep(10);
-        }
-        return false;
+        return velktest::BecomesTrue([&] { return ModuleLock::Count() == remaining; });
     }
 
     UniqueHandle answered{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
@@ -115,7 +109,7 @@ TEST_F(CVelkPCISlotLocationProvTest, ReturnsBeforeAnythingIsDelivered) {
     const auto provider = Provider();
     const UniqueHandle mayGoOn(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
     sink = RecordingSink::Make();
-    sink->onIndicate = [&] { ::WaitForSingleObject(mayGoOn.Get(), kPatience); };
+    sink->onIndicate = [&] { velktest::BecomesSignalled(mayGoOn.Get()); };
     sink->onStatus = [&] { ::SetEvent(answered.Get()); };
     EXPECT_EQ(provider->CreateInstanceEnumAsync(nullptr, 0, nullptr, sink.Get()), kWbemNoError);
     EXPECT_FALSE(IsAnswered(0));
@@ -184,11 +178,11 @@ TEST_F(CVelkPCISlotLocationProvTest, TheWorkerKeepsProviderSinkAndModule) {
     sink = RecordingSink::Make();
     sink->onIndicate = [&] {
         ::SetEvent(reached.Get());
-        ::WaitForSingleObject(mayGoOn.Get(), kPatience);
+        velktest::BecomesSignalled(mayGoOn.Get());
     };
     sink->onStatus = [&] { ::SetEvent(answered.Get()); };
     ASSERT_EQ(provider->CreateInstanceEnumAsync(nullptr, 0, nullptr, sink.Get()), kWbemNoError);
-    ASSERT_EQ(::WaitForSingleObject(reached.Get(), kPatience), static_cast<DWORD>(WAIT_OBJECT_0));
+    ASSERT_TRUE(velktest::BecomesSignalled(reached.Get()));
 
     provider.Reset();
     sink.Reset();
@@ -284,7 +278,7 @@ TEST_F(CVelkPCISlotLocationProvTest, TheWorkerGivesTheProviderBackBeforeItLeaves
     auto provider = Provider();
     const UniqueHandle mayGoOn(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
     sink = RecordingSink::Make();
-    sink->onStatus = [&] { ::WaitForSingleObject(mayGoOn.Get(), kPatience); };
+    sink->onStatus = [&] { velktest::BecomesSignalled(mayGoOn.Get()); };
     const StandIn<decltype(&CountObjectsAndUninitialize)> count("CoUninitialize",
                                                                 &CountObjectsAndUninitialize);
     ASSERT_EQ(provider->CreateInstanceEnumAsync(nullptr, 0, nullptr, sink.Get()), kWbemNoError);

@@ -1,15 +1,8 @@
 #include "support/child_process.h"
 
-#include "support/long_run.h"
+#include "support/waiting.h"
 
 namespace velktest {
-
-namespace {
-
-/// Milliseconds: starting a process under Wine may take seconds, and a long run takes its time.
-const DWORD kPatience = IsLongRun() ? 3600000 : 60000;
-
-}  // namespace
 
 ChildProcess::ChildProcess(const velk::CString& testName) {
     wchar_t program[MAX_PATH] = {};
@@ -43,7 +36,5 @@ DWORD ChildProcess::Wait() {
 velk::UniqueHandle OpenSharedEvent(const wchar_t* name) {
     return velk::UniqueHandle(::CreateEventW(nullptr, TRUE, FALSE, name));
 }
-
-bool BecomesSignalled(HANDLE object) { return ::WaitForSingleObject(object, kPatience) == WAIT_OBJECT_0; }
 
 }  // namespace velktest

@@ -34,7 +34,5 @@ inline constexpr int kChildPassed = 99;
 
 /// A named event that both processes open: manual reset, not set at first.
 velk::UniqueHandle OpenSharedEvent(const wchar_t* name);
-/// Whether the object became signalled within the time that a loaded machine may need.
-bool BecomesSignalled(HANDLE object);
 
 }  // namespace velktest

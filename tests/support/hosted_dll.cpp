@@ -10,22 +10,13 @@
 #include "support/child_process.h"
 #include "support/project_folder.h"
 #include "support/recording_sink.h"
+#include "support/waiting.h"
 
 namespace velktest {
 
 namespace {
 
 constexpr wchar_t kNamespace[] = L"root\\VKQ";
-constexpr DWORD kPatience = 60000;  // milliseconds
-
-template <class Condition>
-bool BecomesTrue(Condition condition) {
-    for (DWORD waited = 0; !condition(); waited += 5) {
-        if (waited >= kPatience) return false;
-        ::Sleep(5);
-    }
-    return true;
-}
 
 template <class Function>
 Function Export(HMODULE module, const char* name) {

@@ -21,6 +21,13 @@ UINT WINAPI GiveWindowsDirectory(wchar_t* buffer, UINT size) {
     return length;
 }
 
+HRSRC WINAPI FindNoResource(HMODULE, LPCWSTR, LPCWSTR, WORD) { return nullptr; }
+
+BOOL WINAPI RefuseToWrite(HANDLE, const void*, DWORD, DWORD*, OVERLAPPED*) {
+    ::SetLastError(ERROR_DISK_FULL);
+    return FALSE;
+}
+
 }  // namespace
 
 FixedLocalTime::FixedLocalTime() : redirect_("GetLocalTime", &GiveFixedTime) {}
@@ -29,5 +36,9 @@ FakeWindowsDirectory::FakeWindowsDirectory(const velk::CString& path)
     : redirect_("GetWindowsDirectoryW", &GiveWindowsDirectory) {
     WindowsDirectory() = path;
 }
+
+NoStringTable::NoStringTable() : redirect_("FindResourceExW", &FindNoResource) {}
+
+FullDisk::FullDisk() : redirect_("WriteFile", &RefuseToWrite) {}
 
 }  // namespace velktest

@@ -32,4 +32,22 @@ class FakeWindowsDirectory {
     StandIn<decltype(&::GetWindowsDirectoryW)> redirect_;
 };
 
+/// Takes the program's string table away.
+class NoStringTable {
+  public:
+    NoStringTable();
+
+  private:
+    StandIn<decltype(&::FindResourceExW)> redirect_;
+};
+
+/// Lets nothing more be written into any file.
+class FullDisk {
+  public:
+    FullDisk();
+
+  private:
+    StandIn<decltype(&::WriteFile)> redirect_;
+};
+
 }  // namespace velktest

@@ -14,33 +14,34 @@ using namespace velkpci;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-Snapshot Machine(const std::string& devices, const std::string& more = "") {
+Snapshot SnapshotOf(const std::string& devices, const std::string& more = "") {
     return ParseSnapshot("{\"devices\": [" + devices + "]" + more + "}", "m.json");
 }
 
-std::string Function(int bus, const std::string& name, const std::string& more = "") {
+std::string FunctionText(int bus, const std::string& name, const std::string& more = "") {
     return R"({"instanceId": "PCI\\X\\)" + std::to_string(bus) + R"(", "BusNumber": )" + std::to_string(bus) +
            R"(, "Address": 65538, "DeviceDesc": ")" + name + "\"" + more + "}";
 }
 
 /// A table with one slot, whose ID and usage are given.
-std::string Slot(const std::string& id, const std::string& usage) {
+std::string SlotText(const std::string& id, const std::string& usage) {
     return R"(, "smbios": {"version": "3.2", "hex": "09 11 0000 01 a5 0d )" + usage + " 03 " + id +
            R"( 00 04 01 0000 17 10 536c6f74203100 00"})";
 }
 
 TEST(Difference, EqualMachinesDoNotDifferWhateverTheirInstanceIds) {
-    const Snapshot one = Machine(Function(1, "Disk"));
-    EXPECT_EQ(FormatDifference(Compare(one, Machine(Function(1, "Disk")))), "No difference.\n");
+    const Snapshot one = SnapshotOf(FunctionText(1, "Disk"));
+    EXPECT_EQ(FormatDifference(Compare(one, SnapshotOf(FunctionText(1, "Disk")))), "No difference.\n");
     const Snapshot other =
-        Machine(R"({"instanceId": "PCI\\X\\7", "BusNumber": 1, "Address": 65538, "DeviceDesc": "Disk"})");
+        SnapshotOf(R"({"instanceId": "PCI\\X\\7", "BusNumber": 1, "Address": 65538, "DeviceDesc": "Disk"})");
     EXPECT_TRUE(Compare(one, other).IsEmpty());
 }
 
 TEST(Difference, FunctionsAndSlotsAreToldByTheirPlaces) {
-    const Snapshot before = Machine(Function(1, "Disk") + "," + Function(2, "Net"), Slot("01", "03"));
-    const Snapshot after =
-        Machine(Function(3, "Video") + "," + Function(2, "Net", R"(, "UINumber": 4)"), Slot("01", "04"));
+    const Snapshot before =
+        SnapshotOf(FunctionText(1, "Disk") + "," + FunctionText(2, "Net"), SlotText("01", "03"));
+    const Snapshot after = SnapshotOf(
+        FunctionText(3, "Video") + "," + FunctionText(2, "Net", R"(, "UINumber": 4)"), SlotText("01", "04"));
     EXPECT_EQ(FormatDifference(Compare(before, after)),
               "~ slot PCI Slot 1  Slot 1\n"
               "    usage: available -> in use\n"
@@ -53,7 +54,7 @@ TEST(Difference, FunctionsAndSlotsAreToldByTheirPlaces) {
 
 TEST(Difference, OfListsTheFirstDifferenceIsShown) {
     const auto device = [](const std::string& ids) {
-        return Machine(R"({"BusNumber": 1, "Address": 0, "HardwareID": [)" + ids + "]}");
+        return SnapshotOf(R"({"BusNumber": 1, "Address": 0, "HardwareID": [)" + ids + "]}");
     };
     EXPECT_THAT(FormatDifference(Compare(device(R"("A", "B", "C")"), device(R"("A", "X", "Y", "Z")"))),
                 HasSubstr("HardwareID[1]: B -> X, and 2 more\n"));
@@ -62,8 +63,8 @@ TEST(Difference, OfListsTheFirstDifferenceIsShown) {
 }
 
 TEST(Difference, ThingsOfOneNameAreKeptApart) {
-    const Snapshot twice = Machine(Function(1, "A") + "," + Function(1, "B"));
-    const Difference difference = Compare(twice, Machine(Function(1, "A")));
+    const Snapshot twice = SnapshotOf(FunctionText(1, "A") + "," + FunctionText(1, "B"));
+    const Difference difference = Compare(twice, SnapshotOf(FunctionText(1, "A")));
     ASSERT_EQ(difference.items.size(), 1u);
     EXPECT_EQ(difference.items[0].item.id, "BUS(1)DEV(1)FN(2) (2)");
     EXPECT_EQ(difference.items[0].how, ItemChange::How::kRemoved);
@@ -113,8 +114,8 @@ TEST(Difference, AClassThatFailedIsNotOneThatBecameEmpty) {
 }
 
 TEST(Difference, JsonHasWholeItemsAndValues) {
-    const Snapshot before = Machine(Function(1, "Disk"), Slot("01", "03"));
-    const Snapshot after = Machine(Function(2, "Net"), Slot("01", "04"));
+    const Snapshot before = SnapshotOf(FunctionText(1, "Disk"), SlotText("01", "03"));
+    const Snapshot after = SnapshotOf(FunctionText(2, "Net"), SlotText("01", "04"));
     const auto document =
         nlohmann::json::parse(FormatDifferenceAsJson(Compare(before, after), before, after));
     EXPECT_EQ(document["compares"], "machines");

@@ -143,7 +143,7 @@ void ReplaceInInstanceId(std::wstring& id, Numbers& numbers) {
     std::string last = velkhost::Utf8FromWide(std::wstring_view(id).substr(slash + 1));
     if (last.size() > 1 && last[1] == '&') return;
     ReplaceText({reinterpret_cast<std::uint8_t*>(last.data()), last.size()}, numbers);
-    id = id.substr(0, slash + 1) + velkhost::WideFromUtf8(last);
+    id.replace(slash + 1, std::wstring::npos, velkhost::WideFromUtf8(last));
 }
 
 ComputerNames StandInNames(const ComputerNames& names) {

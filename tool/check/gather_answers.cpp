@@ -19,13 +19,6 @@ std::string TextOf(const Instance& instance, const wchar_t* property) {
     return value == nullptr ? std::string() : Utf8FromWide(velkhost::ToText(*value));
 }
 
-/// The provider that a class's qualifier names.
-std::wstring ProviderOf(const ClassDef& definition) {
-    const velkhost::QualifierDef* qualifier = velkhost::FindQualifier(definition.qualifiers, L"Provider");
-    const auto* name = qualifier == nullptr ? nullptr : qualifier->value.As<std::wstring>();
-    return name == nullptr ? std::wstring() : *name;
-}
-
 class Gatherer {
   public:
     Gatherer(WmiReader& reader, Answers& answers) : reader_(reader), answers_(answers) {}
@@ -46,7 +39,7 @@ class Gatherer {
         const ClassData* data = answers_.inventory.Class(wanted.name);
         setup.isCompiled = data != nullptr && data->definition != nullptr;
         if (!setup.isCompiled) return setup;
-        const std::wstring provider = ProviderOf(*data->definition);
+        const std::wstring provider = data->definition->Provider();
         setup.provider = Utf8FromWide(provider);
         for (const InstancePtr& each : providers_) {
             if (!SameName(velkhost::WideFromUtf8(TextOf(*each, L"Name")), provider)) continue;

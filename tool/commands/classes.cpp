@@ -10,12 +10,6 @@ namespace {
 
 using velkhost::Utf8FromWide;
 
-std::string ProviderOf(const ClassDef& definition) {
-    const auto* qualifier = FindQualifier(definition.qualifiers, L"Provider");
-    const auto* name = qualifier == nullptr ? nullptr : qualifier->value.As<std::wstring>();
-    return name == nullptr ? std::string() : Utf8FromWide(*name);
-}
-
 std::string SuperclassOf(const ClassDef& definition) {
     return definition.derivation.empty() ? std::string() : Utf8FromWide(definition.derivation.front());
 }
@@ -30,7 +24,7 @@ std::string KeysOf(const ClassDef& definition) {
 
 Json RowToJson(const ClassDef& definition) {
     Json row = {{"class", Utf8FromWide(definition.name)}};
-    row["provider"] = TextOrNull(ProviderOf(definition));
+    row["provider"] = TextOrNull(Utf8FromWide(definition.Provider()));
     row.update(ClassToJson(definition));
     return row;
 }
@@ -53,7 +47,7 @@ std::string FormatClasses(const std::vector<ClassPtr>& classes, const std::vecto
     std::vector<std::vector<std::optional<std::string>>> csv = {{"class", "superclass", "provider", "keys"}};
     for (const ClassPtr& each : classes) {
         const std::string name = Utf8FromWide(each->name), super = SuperclassOf(*each),
-                          provider = ProviderOf(*each), keys = KeysOf(*each);
+                          provider = Utf8FromWide(each->Provider()), keys = KeysOf(*each);
         rows.push_back({name, super.empty() ? "-" : super, provider.empty() ? "-" : provider, keys});
         csv.push_back({name, super.empty() ? std::nullopt : std::optional(super),
                        provider.empty() ? std::nullopt : std::optional(provider), keys});

@@ -11,11 +11,11 @@
 namespace velkpci {
 namespace {
 
-constexpr const char* kComputerClass = "Velk_WinComputerSystem";
+constexpr const char* kComputer = "Velk_WinComputerSystem";
 
 /// The kinds that the classes of the provider are, for whoever reads the comparison.
 constexpr std::pair<const char*, const char*> kKinds[] = {
-    {kComputerClass, "computer"},   {"Velk_ComputerSystemChassis", "chassis"},
+    {kComputer, "computer"},        {"Velk_ComputerSystemChassis", "chassis"},
     {"Velk_PCISlot", "slot"},       {"Velk_PCISlotLocation", "location"},
     {"Velk_PCICard", "card"},       {"Velk_PCIDevice", "function"},
     {"Velk_PCIBridge", "function"},
@@ -31,8 +31,7 @@ std::string KindOf(const std::string& className) {
 std::string NameOfPath(const std::string& path) {
     const std::wstring wide = velkhost::WideFromUtf8(path);
     const auto parsed = velkhost::ParseObjectPath(wide);
-    if (parsed && velkhost::SameName(parsed->className, velkhost::WideFromUtf8(kComputerClass)))
-        return "computer";
+    if (parsed && velkhost::SameName(parsed->className, velkhost::WideFromUtf8(kComputer))) return "computer";
     return ShortNameOfPath(wide);
 }
 

@@ -141,7 +141,7 @@ HRESULT WmiReader::ClassNames(std::vector<std::wstring>& out, bool withSystemCla
 }
 
 bool WmiReader::HasInstances(const ClassDef& definition) {
-    if (FindQualifier(definition.qualifiers, L"Provider") != nullptr) return true;
+    if (!definition.Provider().empty()) return true;
     if (IsMarked(definition, L"Abstract")) return false;
     const velk::Bstr name(definition.name);
     velk::ComPtr<IEnumWbemClassObject> enumerator;
