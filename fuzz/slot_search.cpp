@@ -1,4 +1,5 @@
 #include "slots/slot_search.h"
+#include "slots/slot_kinds.h"
 
 #include <algorithm>
 
@@ -23,8 +24,8 @@ void CheckDecoding(std::span<const std::uint8_t> area, ExpressTypes express, con
                     slot.id == (area[9] | area[10] << 8) && slot.supportsHotPlug == ((area[12] & 2) != 0),
                 "the fields are read from their places");
     }
-    const std::uint16_t slotLayout = ConnectorLayoutOfSlot(slot);
-    const std::uint16_t cardLayout = BusLayoutOfCard(slot);
+    const std::uint16_t slotLayout = velk::ConnectorLayoutOfSlot(slot);
+    const std::uint16_t cardLayout = velk::BusLayoutOfCard(slot);
     Require(slotLayout == 0 || (slotLayout >= 16 && slotLayout <= 25), "the layout is one that CIM has");
     Require(slotLayout == cardLayout || (slotLayout == 18 && cardLayout == 17),
             "slot and card differ in unlisted widths alone");
@@ -44,8 +45,9 @@ void CheckReading(std::span<const std::uint8_t> table, ExpressTypes express) {
     Require(decoded == slots.structures.size(), "nothing but slot structures is read");
 
     std::uint64_t number = 0;
-    std::uint32_t found = 0;
-    const bool valid = velk::ForEachSlot(slots, [&](std::uint32_t at, const SystemSlot& slot) {
+    const auto found = velk::FindSlots(slots);
+    Require(found && found->size() == slots.pciCount, "as many are found as there are PCI slots");
+    for (const auto& [at, slot] : *found) {
         std::uint64_t expected = ~std::uint64_t{0};
         for (const SystemSlot& candidate : slots.structures) {
             expected = std::min(expected, NextNumberOf(candidate.id, number));
@@ -57,9 +59,7 @@ void CheckReading(std::span<const std::uint8_t> table, ExpressTypes express) {
                     first->dataBusWidth == slot.dataBusWidth &&
                     first->supportsHotPlug == slot.supportsHotPlug,
                 "the first structure with the number is found");
-        ++found;
-    });
-    Require(valid && found == slots.pciCount, "as many are found as there are PCI slots");
+    }
 }
 
 }  // namespace

@@ -4,34 +4,23 @@
 #include <utility>
 
 #include "assoc/object_paths.h"
-#include "pci/velk_pci_device_list.h"
 
 namespace velk {
 
-namespace {
+CVelkPCICardInSlotList::CVelkPCICardInSlotList() : CDerivedList(PciDeviceList()) {}
 
-constexpr const wchar_t* kReferences[] = {L"Antecedent", L"Dependent"};
-constexpr ProviderClass kProviderClass = {L"CVelkPCICardInSlotProv", L"Velk_PCICardInSlot",
-                                          L"VelkPCICardInSlotProv", kReferences, false};
-
-}  // namespace
-
-CVelkPCICardInSlotList::CVelkPCICardInSlotList() : CInstanceList({&PciDeviceList()}) {}
-
-bool CVelkPCICardInSlotList::RebuildList() {
+bool CVelkPCICardInSlotList::RebuildFrom(const CVelkPCIDeviceList& functions) {
     Clear();
     std::set<std::uint32_t> seen;
-    for (const CVelkPCIDevice& function : PciDeviceList()) {
+    for (const CVelkPCIDevice& function : functions) {
         const std::uint32_t number = function.uiNumber;
         // Signed: 80000000h and above are no slot numbers either, and the card list makes no card for them.
         if (static_cast<std::int32_t>(number) < 1 || !seen.insert(number).second) continue;
         // Each path is a query of its own, in this order although the slot is the first of the two.
         CString card = FullCardPath(number);
-        Append({FullSlotPath(number), std::move(card)});
+        Append({.first = FullSlotPath(number), .second = std::move(card)});
     }
     return true;
 }
-
-CVelkPCICardInSlotProv::CVelkPCICardInSlotProv() : CAssociationProv(kProviderClass) {}
 
 }  // namespace velk

@@ -11,17 +11,17 @@ namespace velk {
 /// search runs on past 65,536 numbers (a slot with the ID 0, two with the same) a rebuild takes more than
 /// 131,072 queries.
 class CVelkPCISlotElementLocationList final : public CInstanceList<CVelkAssociation> {
-  public:
-    CVelkPCISlotElementLocationList() = default;
-
   private:
     bool RebuildList() override;
 };
 
+inline constexpr const wchar_t* kPCISlotElementLocationReferences[] = {L"Element", L"PhysicalLocation"};
+inline constexpr ProviderClass kPCISlotElementLocationClass = {
+    L"CVelkPCISlotElementLocationProv", L"Velk_PCISlotElementLocation", L"VelkPCISlotElementLocationProv",
+    kPCISlotElementLocationReferences};
+
 /// Serves Velk_PCISlotElementLocation.
-class CVelkPCISlotElementLocationProv final : public CAssociationProv<CVelkPCISlotElementLocationList> {
-  public:
-    CVelkPCISlotElementLocationProv();
-};
+class CVelkPCISlotElementLocationProv final
+    : public CAssociationProv<CVelkPCISlotElementLocationList, kPCISlotElementLocationClass> {};
 
 }  // namespace velk

@@ -4,24 +4,15 @@
 
 #include "assoc/object_paths.h"
 #include "common/computer_system.h"
-#include "pci/velk_pci_device_list.h"
 #include "smbios/smbios_table.h"
 
 namespace velk {
 
-namespace {
-
-constexpr const wchar_t* kReferences[] = {L"PartComponent", L"GroupComponent"};
-constexpr ProviderClass kProviderClass = {L"CVelkSystemPCISlotProv", L"Velk_SystemPCISlot",
-                                          L"VelkSystemPCISlotProv", kReferences, false};
-
-}  // namespace
-
-CVelkSystemPCISlotList::CVelkSystemPCISlotList() : CInstanceList({&PciDeviceList()}) {
+CVelkSystemPCISlotList::CVelkSystemPCISlotList() : CDerivedList(PciDeviceList()) {
     Mutex().SetName(L"CVelkSystemPCISlotList");
 }
 
-bool CVelkSystemPCISlotList::RebuildList() {
+bool CVelkSystemPCISlotList::RebuildFrom(const CVelkPCIDeviceList&) {
     Clear();
     // A chassis that cannot be had leaves the path empty; the slots are listed all the same.
     CString chassis;
@@ -33,11 +24,9 @@ bool CVelkSystemPCISlotList::RebuildList() {
     // Their count is below 65,536, the table being of 64 KiB at most.
     for (std::uint32_t number = 1; number <= slots->pciCount; ++number) {
         if (FindSlotId(*slots, static_cast<std::uint16_t>(number)) == nullptr) continue;
-        Append({FullSlotPath(number), chassis});
+        Append({.first = FullSlotPath(number), .second = chassis});
     }
     return true;
 }
-
-CVelkSystemPCISlotProv::CVelkSystemPCISlotProv() : CAssociationProv(kProviderClass) {}
 
 }  // namespace velk

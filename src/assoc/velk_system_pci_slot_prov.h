@@ -1,26 +1,28 @@
 #pragma once
 
 #include "assoc/association_prov.h"
+#include "pci/velk_pci_device_list.h"
 
 namespace velk {
 
 /// The chassis with its PCI slots. Slot numbers are taken to run from 1 to the number of PCI slots without a
 /// gap: unlike the slots themselves, a slot whose number is above their count is not listed.
 ///
-/// Refreshing it refreshes the PCI function list too, from which it takes nothing: it has always failed where
-/// that list fails.
-class CVelkSystemPCISlotList final : public CInstanceList<CVelkAssociation> {
+/// Refreshing it refreshes the PCI function list too, from which it takes nothing: of a server whose
+/// functions cannot be read it says nothing either.
+class CVelkSystemPCISlotList final : public CDerivedList<CVelkAssociation, CVelkPCIDeviceList> {
   public:
     CVelkSystemPCISlotList();
 
   private:
-    bool RebuildList() override;
+    bool RebuildFrom(const CVelkPCIDeviceList& functions) override;
 };
 
+inline constexpr const wchar_t* kSystemPCISlotReferences[] = {L"PartComponent", L"GroupComponent"};
+inline constexpr ProviderClass kSystemPCISlotClass = {L"CVelkSystemPCISlotProv", L"Velk_SystemPCISlot",
+                                                      L"VelkSystemPCISlotProv", kSystemPCISlotReferences};
+
 /// Serves Velk_SystemPCISlot.
-class CVelkSystemPCISlotProv final : public CAssociationProv<CVelkSystemPCISlotList> {
-  public:
-    CVelkSystemPCISlotProv();
-};
+class CVelkSystemPCISlotProv final : public CAssociationProv<CVelkSystemPCISlotList, kSystemPCISlotClass> {};
 
 }  // namespace velk

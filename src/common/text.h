@@ -5,7 +5,8 @@
 
 namespace velk {
 
-/// The wide string of the whole module: UTF-16 on Windows.
+/// The wide string of the whole module: UTF-16 on Windows. It is std::wstring and nothing else; the name is
+/// the one that Windows code knows for such a text.
 using CString = std::wstring;
 
 namespace detail {

@@ -26,6 +26,7 @@ class CComMultiThreadModel {
 
 /// What every COM object of the module is made of: its reference count, the lock of its fields, and one count
 /// of the module lock for as long as it lives. A new object has no reference; the creator adds the first.
+/// It does what the ATL class of this name does, as far as the module needs it, and is none of ATL's.
 template <class ThreadModel>
 class CComObjectRootEx {
   public:

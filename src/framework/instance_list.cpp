@@ -1,6 +1,8 @@
 #include "framework/instance_list.h"
 
+#include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace velk {
 
@@ -51,11 +53,9 @@ bool CListBase::RebuildIfChanged(std::uint32_t& cacheGeneration) {
 
 bool CListBase::RefreshSourcesAndRebuild() {
     const SourceLocks locks(sources_);
-    for (CListBase* source : sources_) {
-        if (source->RebuildAndStamp() == 0) return false;
-    }
+    const auto isFresh = [](CListBase* source) { return source->RebuildAndStamp() != 0; };
     try {
-        if (RebuildList()) return true;
+        if (std::ranges::all_of(sources_, isFresh) && RebuildList()) return true;
     } catch (...) {
         Clear();
         throw;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -25,9 +26,8 @@ class CListBase {
     CMutex& Mutex() noexcept { return mutex_; }
 
     /// Refreshes the sources, then rebuilds the records and steps the generation. Returns the new generation:
-    /// 0 when the rebuild failed, which leaves no record, or when the refresh of a source did, which leaves
-    /// the records as they were; else at least 2. Throws std::bad_alloc or std::length_error, after marking
-    /// the rebuild as failed.
+    /// 0 when the refresh of a source or the rebuild failed, which leaves no record; else at least 2. Throws
+    /// std::bad_alloc or std::length_error, after marking the rebuild as failed.
     std::uint32_t RebuildAndStamp();
 
     /// As RebuildAndStamp; stores the new generation into the caller's and returns true when they differ.
@@ -70,6 +70,25 @@ class CInstanceList : public CListBase {
 
   private:
     std::vector<Record> records_;
+};
+
+/// A list of records that are made from other lists, its sources: what is locked and refreshed for a rebuild
+/// is what the rebuild is handed, and nothing else.
+template <class RecordType, class... Sources>
+class CDerivedList : public CInstanceList<RecordType> {
+  protected:
+    explicit CDerivedList(Sources&... sources)
+        : CInstanceList<RecordType>({&sources...}), sources_(sources...) {}
+
+    /// As RebuildList, from the refreshed sources.
+    virtual bool RebuildFrom(const Sources&... sources) = 0;
+
+  private:
+    bool RebuildList() final {
+        return std::apply([this](const Sources&... sources) { return RebuildFrom(sources...); }, sources_);
+    }
+
+    std::tuple<const Sources&...> sources_;
 };
 
 }  // namespace velk

@@ -143,7 +143,7 @@ HRESULT CInstanceProviderBase::RefreshCache(Instances& instances) noexcept {
     const HRESULT result = GuardEntryPoint([&]() -> HRESULT {
         const bool changed = list_.RebuildIfChanged(cacheGeneration_);
         if (changed) cache_.clear();
-        // A list whose source failed still has its old records; they are not published.
+        // The rebuild failed; a list of no records is something else.
         if (cacheGeneration_ == 0) return kWbemFailed;
         const HRESULT filled = changed ? FillCache(CurrentSession()) : kWbemNoError;
         if (FAILED(filled)) return filled;

@@ -24,7 +24,7 @@ struct ProviderClass {
     const wchar_t* wmiClass;               ///< the WMI class that it serves
     const wchar_t* lockName;               ///< its lock is shared by all processes, per provider class
     std::span<const wchar_t* const> keys;  ///< names of the WMI class's keys
-    bool keyedByComputer;                  ///< whether one of the keys is the computer's name
+    bool keyedByComputer = false;          ///< whether one of the keys is the computer's name
 };
 
 /// What an object path asks for.
@@ -143,7 +143,7 @@ class CInstanceProvider : public CInstanceProviderBase {
     using Record = typename List::Record;
 
     /// Writes a record's properties in the order of the class's property table.
-    virtual HRESULT FillInstance(IWbemClassObject* instance, const Record& record) {
+    HRESULT FillInstance(IWbemClassObject* instance, const Record& record) {
         LogOf(L"FillInstance").Verbose(L"Entering");
         CString computerName;
         if (Class().keyedByComputer && GetLocalComputerName(computerName) != ERROR_SUCCESS)

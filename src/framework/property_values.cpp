@@ -111,7 +111,7 @@ HRESULT SetSInt64Property(IWbemClassObject* instance, const wchar_t* name, std::
     return PutText(instance, name, FormatText(L"%I64d", value));
 }
 
-HRESULT SetStringProperty(IWbemClassObject* instance, const wchar_t* name, CString value) {
+HRESULT SetStringProperty(IWbemClassObject* instance, const wchar_t* name, const CString& value) {
     return PutText(instance, name, value);
 }
 

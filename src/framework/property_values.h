@@ -28,7 +28,7 @@ HRESULT SetUInt64Property(IWbemClassObject* instance, const wchar_t* name, std::
 HRESULT SetSInt64Property(IWbemClassObject* instance, const wchar_t* name, std::int64_t value);
 
 /// An empty text is written as an empty text, not as null; so is a null pointer.
-HRESULT SetStringProperty(IWbemClassObject* instance, const wchar_t* name, CString value);
+HRESULT SetStringProperty(IWbemClassObject* instance, const wchar_t* name, const CString& value);
 HRESULT SetStringProperty(IWbemClassObject* instance, const wchar_t* name, const wchar_t* value);
 /// The text is in the system's ANSI code page.
 HRESULT SetStringProperty(IWbemClassObject* instance, const wchar_t* name, const char* value);

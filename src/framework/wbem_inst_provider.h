@@ -6,7 +6,8 @@ namespace velk {
 
 /// The two interfaces that WMI asks of an instance provider. The requests that this module serves or refuses
 /// with a status of its own are left to the derived class; every other method of IWbemServices answers
-/// WBEM_E_PROVIDER_NOT_CAPABLE (0x80041024), with null in the out parameters that the caller gave.
+/// WBEM_E_PROVIDER_NOT_CAPABLE (0x80041024), with null in the out parameters that the caller gave. It answers
+/// as the ATL class of this name does, and is none of ATL's.
 class IWbemInstProviderImpl : public IWbemServices, public IWbemProviderInit {
   public:
     STDMETHOD(OpenNamespace)(const BSTR, LONG, IWbemContext*, IWbemServices**, IWbemCallResult**) override;

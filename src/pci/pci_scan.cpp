@@ -61,11 +61,11 @@ struct FunctionProperties {
 /// Reads all properties, each once and before anything is made of them, save that a function which is left
 /// out is asked for no more. The order is fixed: whoever watches the database sees the same reads for every
 /// function. False for a function that is left out.
-bool ReadProperties(HDEVINFO devices, SP_DEVINFO_DATA& device, const PciScanTarget& target,
+bool ReadProperties(HDEVINFO devices, SP_DEVINFO_DATA& device, const PciScanKind& kind,
                     FunctionProperties& read) noexcept {
     TextProperty compatibleIds;
     if (!compatibleIds.Read(devices, device, SPDRP_COMPATIBLEIDS)) return false;
-    read.classReading = target.Classify(JoinMultiString(compatibleIds.Buffer()));
+    read.classReading = kind.classify(JoinMultiString(compatibleIds.Buffer()));
     if (!read.classReading.keep) return false;
 
     if (!read.location.Read(devices, device, SPDRP_LOCATION_INFORMATION)) return false;
@@ -84,7 +84,7 @@ bool ReadProperties(HDEVINFO devices, SP_DEVINFO_DATA& device, const PciScanTarg
 /// device to the next: a device that does not tell one of them takes its predecessor's.
 class PciScan {
   public:
-    explicit PciScan(PciScanTarget& target) noexcept : target_(target) {}
+    PciScan(const PciScanKind& kind, const AddPciFunction& add) noexcept : kind_(kind), add_(add) {}
 
     bool Run() {
         // Every setup class: a function without a driver belongs to none. A set that could not be made is
@@ -105,11 +105,11 @@ class PciScan {
     /// False ends the scan as failed; a function that is left out is no failure.
     bool ReadFunction(HDEVINFO devices, SP_DEVINFO_DATA& device) {
         FunctionProperties read;
-        if (!ReadProperties(devices, device, target_, read)) return true;
+        if (!ReadProperties(devices, device, kind_, read)) return true;
 
         const LocationProperties location = {read.location.Text(), read.locationPaths.Text(), read.busNumber};
         if (!ParseLocation(location, position_)) {
-            FunctionLog(target_.ListName(), L"RebuildList").Information(L"Could not parse Device Paths");
+            FunctionLog(kind_.listName, L"RebuildList").Information(L"Could not parse Device Paths");
         }
 
         CVelkPCIDevice function;
@@ -124,7 +124,7 @@ class PciScan {
         function.uiNumber = read.uiNumber;
         function.classCode = read.classReading.classCode;
         if (!Identify(function)) return false;
-        target_.AddFunction(std::move(function), read.classReading);
+        add_(std::move(function), read.classReading);
         return true;
     }
 
@@ -139,19 +139,20 @@ class PciScan {
 
         CString computerName;
         if (GetLocalComputerName(computerName) != ERROR_SUCCESS) return false;
-        const wchar_t* wmiClass = target_.WmiClass();
+        const wchar_t* wmiClass = kind_.wmiClass;
         const CString relativePath = FormatText(
             L"%s.CreationClassName=\"%s\",DeviceID=\"%s\",SystemCreationClassName=\"%s\",SystemName=\"%s\"",
             wmiClass, wmiClass, function.deviceId, GetComputerSystemClassName(), computerName);
         return !MakeFullObjectPath(function.objectPath, kSuiteNamespace, relativePath).empty();
     }
 
-    PciScanTarget& target_;
+    const PciScanKind& kind_;
+    const AddPciFunction& add_;
     BusPosition position_;
 };
 
 }  // namespace
 
-bool ScanPciFunctions(PciScanTarget& target) { return PciScan(target).Run(); }
+bool ScanPciFunctions(const PciScanKind& kind, const AddPciFunction& add) { return PciScan(kind, add).Run(); }
 
 }  // namespace velk

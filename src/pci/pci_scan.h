@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string_view>
 
 #include "common/text.h"
@@ -15,25 +16,21 @@ struct ClassReading {
     std::uint16_t bridgeType = 0;  ///< of bridges only
 };
 
-/// Receives the functions of a scan, and tells what sets one list apart from another.
-class PciScanTarget {
-  public:
-    /// The list's name in log lines.
-    virtual const wchar_t* ListName() const noexcept = 0;
-    /// The WMI class that object paths name.
-    virtual const wchar_t* WmiClass() const noexcept = 0;
+/// What sets the scan of one list apart from that of another.
+struct PciScanKind {
+    const wchar_t* listName;  ///< in log lines
+    const wchar_t* wmiClass;  ///< that object paths name
     /// Reads the joined compatible IDs of a function.
-    virtual ClassReading Classify(std::wstring_view compatibleIds) const noexcept = 0;
-    virtual void AddFunction(CVelkPCIDevice function, const ClassReading& reading) = 0;
-
-  protected:
-    ~PciScanTarget() = default;
+    ClassReading (*classify)(std::wstring_view compatibleIds) noexcept;
 };
 
-/// Reads all present devices of the PCI enumerator through SetupAPI and hands those that the target wants to
-/// it, in the order of the Plug and Play database. A function that cannot be read is left out without a word.
-/// False when the database, the computer's name or an object path cannot be had. Throws std::bad_alloc or
-/// std::length_error.
-bool ScanPciFunctions(PciScanTarget& target);
+/// Takes over a function that belongs to the list. May throw.
+using AddPciFunction = std::function<void(CVelkPCIDevice function, const ClassReading& reading)>;
+
+/// Reads all present devices of the PCI enumerator through SetupAPI and hands over those that belong to the
+/// list, in the order of the Plug and Play database. A function that cannot be read is left out without a
+/// word. False when the database, the computer's name or an object path cannot be had. Throws std::bad_alloc
+/// or std::length_error.
+bool ScanPciFunctions(const PciScanKind& kind, const AddPciFunction& add);
 
 }  // namespace velk

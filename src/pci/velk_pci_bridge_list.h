@@ -7,14 +7,13 @@
 
 #include "common/module_object.h"
 #include "framework/instance_list.h"
-#include "pci/pci_scan.h"
 #include "pci/velk_pci_device.h"
 
 namespace velk {
 
 /// The server's PCI bridge functions (base class 06h), one list for the whole module: the function list's
 /// procedure with the opposite filter.
-class CVelkPCIBridgeList final : public CInstanceList<CVelkPCIBridge>, private PciScanTarget {
+class CVelkPCIBridgeList final : public CInstanceList<CVelkPCIBridge> {
   public:
     static constexpr const wchar_t* kWmiClass = L"Velk_PCIBridge";
 
@@ -30,11 +29,6 @@ class CVelkPCIBridgeList final : public CInstanceList<CVelkPCIBridge>, private P
   private:
     bool RebuildList() override;
     void Clear() noexcept override;
-
-    const wchar_t* ListName() const noexcept override { return L"CVelkPCIBridgeList"; }
-    const wchar_t* WmiClass() const noexcept override { return kWmiClass; }
-    ClassReading Classify(std::wstring_view compatibleIds) const noexcept override;
-    void AddFunction(CVelkPCIDevice function, const ClassReading& reading) override;
 
     std::atomic<std::shared_ptr<const SlotNumberSet>> slotNumbers_;
 };

@@ -3,23 +3,16 @@
 #include <utility>
 
 #include "pci/device_text.h"
+#include "pci/pci_scan.h"
 
 namespace velk {
 
 namespace {
+
 constinit ModuleObject<CVelkPCIDeviceList> g_pciDeviceList;
-}
-
-ModuleObject<CVelkPCIDeviceList>& PciDeviceListObject() noexcept { return g_pciDeviceList; }
-CVelkPCIDeviceList& PciDeviceList() noexcept { return *g_pciDeviceList.Get(); }
-
-bool CVelkPCIDeviceList::RebuildList() {
-    Clear();
-    return ScanPciFunctions(*this);
-}
 
 // Any bridge ID anywhere keeps the function out, also behind a first ID of another class.
-ClassReading CVelkPCIDeviceList::Classify(std::wstring_view compatibleIds) const noexcept {
+ClassReading ClassifyDevice(std::wstring_view compatibleIds) noexcept {
     constexpr std::wstring_view kClassId = L"CC_";
     ClassReading reading;
     if (compatibleIds.find(kBridgeClassId) != std::wstring_view::npos) return reading;
@@ -31,8 +24,17 @@ ClassReading CVelkPCIDeviceList::Classify(std::wstring_view compatibleIds) const
     return reading;
 }
 
-void CVelkPCIDeviceList::AddFunction(CVelkPCIDevice function, const ClassReading&) {
-    Append(std::move(function));
+constexpr PciScanKind kDeviceScan = {L"CVelkPCIDeviceList", CVelkPCIDeviceList::kWmiClass, &ClassifyDevice};
+
+}  // namespace
+
+ModuleObject<CVelkPCIDeviceList>& PciDeviceListObject() noexcept { return g_pciDeviceList; }
+CVelkPCIDeviceList& PciDeviceList() noexcept { return *g_pciDeviceList.Get(); }
+
+bool CVelkPCIDeviceList::RebuildList() {
+    Clear();
+    return ScanPciFunctions(
+        kDeviceScan, [this](CVelkPCIDevice function, const ClassReading&) { Append(std::move(function)); });
 }
 
 }  // namespace velk

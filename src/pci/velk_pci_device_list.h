@@ -2,24 +2,18 @@
 
 #include "common/module_object.h"
 #include "framework/instance_list.h"
-#include "pci/pci_scan.h"
 #include "pci/velk_pci_device.h"
 
 namespace velk {
 
 /// The server's PCI functions other than bridges, one list for the whole module, in the order of the Plug and
 /// Play database: neither sorted nor freed of duplicates.
-class CVelkPCIDeviceList final : public CInstanceList<CVelkPCIDevice>, private PciScanTarget {
+class CVelkPCIDeviceList final : public CInstanceList<CVelkPCIDevice> {
   public:
     static constexpr const wchar_t* kWmiClass = L"Velk_PCIDevice";
 
   private:
     bool RebuildList() override;
-
-    const wchar_t* ListName() const noexcept override { return L"CVelkPCIDeviceList"; }
-    const wchar_t* WmiClass() const noexcept override { return kWmiClass; }
-    ClassReading Classify(std::wstring_view compatibleIds) const noexcept override;
-    void AddFunction(CVelkPCIDevice function, const ClassReading& reading) override;
 };
 
 /// Where the module's one list lives: for the module's load and unload code.

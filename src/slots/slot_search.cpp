@@ -1,7 +1,6 @@
 #include "slots/slot_search.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace velk {
 
@@ -14,34 +13,35 @@ constexpr std::uint32_t kFailedCount = 0xFFFFFFFF;
 /// Numbers start at 1, so the first to find ID 0 is the last of the round.
 std::uint32_t FirstNumberOf(std::uint16_t id) noexcept { return id == 0 ? kRound : id; }
 
-}  // namespace
-
-SlotSearch::SlotSearch(const SystemSlots& slots)
-    : wanted_(slots.pciCount), valid_(slots.pciCount != kFailedCount) {
-    if (!valid_) return;
-    round_.reserve(slots.structures.size());
-    for (const SystemSlot& slot : slots.structures) round_.push_back({FirstNumberOf(slot.id), slot});
+/// What the numbers 1 to 65,536 find, in rising order.
+std::vector<NumberedSlot> FirstRound(const SystemSlots& slots) {
+    std::vector<NumberedSlot> round;
+    round.reserve(slots.structures.size());
+    for (const SystemSlot& slot : slots.structures) round.push_back({FirstNumberOf(slot.id), slot});
 
     // Stable: of structures with one ID the first in table order is found, always.
-    std::ranges::stable_sort(round_, {}, &NumberedSlot::number);
-    const auto repeated = std::unique(
-        round_.begin(), round_.end(),
-        [](const NumberedSlot& left, const NumberedSlot& right) { return left.number == right.number; });
-    round_.erase(repeated, round_.end());
+    std::ranges::stable_sort(round, {}, &NumberedSlot::number);
+    const auto haveOneNumber = [](const NumberedSlot& left, const NumberedSlot& right) {
+        return left.number == right.number;
+    };
+    round.erase(std::unique(round.begin(), round.end(), haveOneNumber), round.end());
+    return round;
 }
 
-std::optional<NumberedSlot> SlotSearch::Next() noexcept {
-    if (wanted_ == 0 || round_.empty()) return std::nullopt;
-    NumberedSlot found = round_[next_];
-    const std::uint64_t number = base_ + found.number;
-    if (number > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
-    found.number = static_cast<std::uint32_t>(number);
+}  // namespace
 
-    --wanted_;
-    if (++next_ == round_.size()) {
-        next_ = 0;
-        base_ += kRound;
+std::optional<std::vector<NumberedSlot>> FindSlots(const SystemSlots& slots) {
+    if (slots.pciCount == kFailedCount) return std::nullopt;
+    std::vector<NumberedSlot> found = FirstRound(slots);
+    const std::size_t ofRound = found.size();
+    // Each of the table's PCI slots is one of its structures: a round finds at least one, and 64 KiB of table
+    // end the rounds long before the numbers do.
+    while (found.size() < slots.pciCount) {
+        NumberedSlot again = found[found.size() - ofRound];
+        again.number += kRound;
+        found.push_back(again);
     }
+    found.resize(slots.pciCount);
     return found;
 }
 

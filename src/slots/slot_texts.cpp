@@ -1,6 +1,7 @@
 #include "slots/slot_texts.h"
 
 #include "framework/resource_string.h"
+#include "slots/slot_kinds.h"
 
 namespace velk {
 
@@ -11,10 +12,6 @@ constexpr UINT kCardTagText = 104;
 constexpr UINT kCompatibilityText = 106;
 constexpr UINT kSlotTagText = 112;
 constexpr UINT kSlotNameText = 113;
-constexpr UINT kPciXText = 116;
-constexpr UINT kPci66Text = 117;
-constexpr UINT kPciText = 118;
-constexpr UINT kPciExpressText = 119;
 constexpr UINT kLocationText = 135;
 
 CString Load(UINT id) { return LoadResourceString(L"VelkWmiPci.dll", id); }
@@ -31,18 +28,8 @@ CString LocationDescription(std::uint32_t number) {
 }
 
 CString SlotKindText(SlotKind kind) {
-    switch (kind) {
-        case SlotKind::kPciX:
-            return Load(kPciXText);
-        case SlotKind::kPci66:
-            return Load(kPci66Text);
-        case SlotKind::kPci:
-            return Load(kPciText);
-        case SlotKind::kPciExpress:
-            return Load(kPciExpressText);
-        default:
-            return {};
-    }
+    const unsigned text = RowOf(kind).text;
+    return text == 0 ? CString() : Load(text);
 }
 
 CString SlotRelativePath(const CString& tag) {

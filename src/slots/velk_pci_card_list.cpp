@@ -5,7 +5,7 @@
 #include <set>
 #include <utility>
 
-#include "pci/velk_pci_device_list.h"
+#include "slots/slot_kinds.h"
 #include "slots/slot_texts.h"
 #include "smbios/smbios_table.h"
 
@@ -42,15 +42,15 @@ CVelkPCICard MakeCard(std::uint32_t slotNumber, std::uint16_t busLayout) {
 
 }  // namespace
 
-CVelkPCICardList::CVelkPCICardList() : CInstanceList({&PciDeviceList()}) {}
+CVelkPCICardList::CVelkPCICardList() : CDerivedList(PciDeviceList()) {}
 
-bool CVelkPCICardList::RebuildList() {
+bool CVelkPCICardList::RebuildFrom(const CVelkPCIDeviceList& functions) {
     Clear();
     FirmwareSlots firmwareSlots;
     std::set<std::uint32_t> seen;
     // A slot that the firmware does not describe takes the layout of the card before it; the first, unknown.
     std::uint16_t busLayout = 0;
-    for (const CVelkPCIDevice& function : PciDeviceList()) {
+    for (const CVelkPCIDevice& function : functions) {
         // As a signed number, so that 0xFFFFFFFF ("none" to some firmware) is no slot either.
         if (static_cast<std::int32_t>(function.uiNumber) < 1) continue;
         if (!seen.insert(function.uiNumber).second) continue;

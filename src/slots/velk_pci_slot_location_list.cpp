@@ -24,7 +24,10 @@ CVelkPCISlotLocation MakeLocation(std::uint32_t slotNumber) {
 bool CVelkPCISlotLocationList::RebuildList() {
     Clear();
     const SystemSlots slots = Smbios().ReadSlots().value_or(SystemSlots{});
-    return ForEachSlot(slots, [&](std::uint32_t number, const SystemSlot&) { Append(MakeLocation(number)); });
+    const auto found = FindSlots(slots);
+    if (!found) return false;
+    for (const NumberedSlot& slot : *found) Append(MakeLocation(slot.number));
+    return true;
 }
 
 }  // namespace velk

@@ -32,7 +32,7 @@ constexpr PropertyRow<Record> kProperties[] = {
 
 CVelkPCISlotProv::CVelkPCISlotProv() : CInstanceProvider(kProviderClass, ownList_, kProperties) {}
 
-// The tag alone tells slots apart; clients have always been free to leave the class name out.
+// The tag alone tells slots apart: a path that leaves the class name out, or has another, finds the slot too.
 bool CVelkPCISlotProv::KeysMatch(const RequestedKeys& keys, const CVelkPCISlot& record) const {
     return keys.values[kTagKey] == record.tag;
 }

@@ -1,5 +1,7 @@
+#include "common/handle.h"
 #include "smbios/entry_point.h"
 #include "smbios/smbios_table.h"
+#include "smbios/table_sources.h"
 
 namespace velk {
 
@@ -21,7 +23,7 @@ UniqueFile OpenDriver() noexcept {
 
 }  // namespace
 
-bool SmbiosTable::IsDriverPresent() noexcept { return static_cast<bool>(OpenDriver()); }
+bool IsHealthDriverPresent() noexcept { return static_cast<bool>(OpenDriver()); }
 
 bool SmbiosTable::ReadPhysical(std::uint32_t address, std::uint32_t length, void* output) noexcept {
     const UniqueFile driver = OpenDriver();
@@ -31,13 +33,18 @@ bool SmbiosTable::ReadPhysical(std::uint32_t address, std::uint32_t length, void
                              &returned, nullptr) != FALSE;
 }
 
-bool SmbiosTable::ReadThroughDriver(Copy& copy) noexcept {
+std::optional<SmbiosTableCopy> ReadTableThroughDriver() noexcept {
     const UniqueHeapMemory firmware = AllocateHeapMemory(kFirmwareSize);
-    if (!firmware || !ReadPhysical(kFirmwareAddress, kFirmwareSize, firmware.Get())) return false;
+    if (!firmware || !SmbiosTable::ReadPhysical(kFirmwareAddress, kFirmwareSize, firmware.Get()))
+        return std::nullopt;
 
     const auto entryPoint = FindEntryPoint({static_cast<const std::uint8_t*>(firmware.Get()), kFirmwareSize});
-    return entryPoint && copy.Allocate(entryPoint->tableLength) &&
-           ReadPhysical(entryPoint->tableAddress, entryPoint->tableLength, copy.bytes.Get());
+    if (!entryPoint) return std::nullopt;
+    std::optional<SmbiosTableCopy> table = MakeTableCopy(entryPoint->tableLength);
+    if (!table ||
+        !SmbiosTable::ReadPhysical(entryPoint->tableAddress, entryPoint->tableLength, table->bytes.Get()))
+        return std::nullopt;
+    return table;
 }
 
 }  // namespace velk

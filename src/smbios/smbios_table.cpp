@@ -26,20 +26,17 @@ SmbiosTable& Smbios() noexcept { return *g_smbiosTable.Get(); }
 
 SmbiosTable::SmbiosTable() noexcept : mutex_(::CreateMutexW(nullptr, FALSE, nullptr)) {}
 
-bool SmbiosTable::Copy::Allocate(std::uint32_t size) noexcept {
-    bytes = AllocateHeapMemory(size);
-    length = static_cast<std::uint16_t>(size);
-    return static_cast<bool>(bytes);
-}
-
 bool SmbiosTable::Load() {
     const KernelMutexGuard guard(mutex_.Get());
+    return LoadLocked();
+}
+
+bool SmbiosTable::LoadLocked() {
     loaded_.store(false, std::memory_order_release);
-    copy_ = {};
-    // A driver that is there speaks for the machine, also when it then fails.
-    const bool read = IsDriverPresent() ? ReadThroughDriver(copy_) : ReadThroughWmi(copy_);
-    loaded_.store(read, std::memory_order_release);
-    return read;
+    copy_.reset();
+    copy_ = IsHealthDriverPresent() ? ReadTableThroughDriver() : ReadTableThroughWmi();
+    loaded_.store(copy_.has_value(), std::memory_order_release);
+    return copy_.has_value();
 }
 
 bool SmbiosTable::FindStructure(std::uint8_t type, std::uint16_t occurrence, std::uint8_t* formatted,
@@ -60,13 +57,12 @@ std::uint32_t SmbiosTable::CountPciSlots() { return ReadSlots().value_or(SystemS
 std::optional<SystemSlots> SmbiosTable::ReadSlots() {
     // One lock around both, so that no other thread's Load comes between.
     const KernelMutexGuard guard(mutex_.Get());
-    if (!IsLoaded() && !Load()) return std::nullopt;
+    if (!copy_ && !LoadLocked()) return std::nullopt;
     return ReadSystemSlots(Bytes(), ReadExpressTypes());
 }
 
 std::span<const std::uint8_t> SmbiosTable::Bytes() const noexcept {
-    if (!IsLoaded()) return {};
-    return {static_cast<const std::uint8_t*>(copy_.bytes.Get()), copy_.length};
+    return copy_ ? copy_->Bytes() : std::span<const std::uint8_t>();
 }
 
 }  // namespace velk

@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "common/handle.h"
-#include "common/heap_memory.h"
 #include "common/module_object.h"
 #include "common/platform.h"
 #include "common/text.h"
 #include "smbios/system_slot.h"
+#include "smbios/table_sources.h"
 
 namespace velk {
 
@@ -30,6 +30,9 @@ class SmbiosTable {
     /// Discards the copy and reads afresh: through the health driver when it can be opened, whatever happens
     /// then, else through WMI. Returns whether a copy is held now. Throws std::bad_alloc.
     bool Load();
+
+    // One structure at a time, for whoever wants other structures than slots. The slot lists read all slots
+    // at once, under one lock: ReadSlots.
 
     /// The structure of a type with the given 0-based place among those of its type; false when there is none
     /// or no table is loaded. `length` is the capacity of `formatted` in bytes going in and the number of
@@ -52,26 +55,14 @@ class SmbiosTable {
     static bool ReadPhysical(std::uint32_t address, std::uint32_t length, void* output) noexcept;
 
   private:
-    /// A copy of the structure table.
-    struct Copy {
-        UniqueHeapMemory bytes;
-        /// In 16 bits, as the entry point states it: of a larger table that WMI hands out, the length modulo
-        /// 64 KiB.
-        std::uint16_t length = 0;
-
-        bool Allocate(std::uint32_t size) noexcept;
-    };
-
-    static bool IsDriverPresent() noexcept;
-    static bool ReadThroughDriver(Copy& copy) noexcept;
-    static bool ReadThroughWmi(Copy& copy);
-
-    /// The copy's bytes; none while nothing is loaded. Called with the lock held.
+    // Called with the lock held.
+    bool LoadLocked();
+    /// The copy's bytes; none while nothing is loaded.
     std::span<const std::uint8_t> Bytes() const noexcept;
 
-    UniqueHandle mutex_;  ///< recursive; guards everything but the reading of loaded_
-    Copy copy_;
-    std::atomic<bool> loaded_ = false;
+    UniqueHandle mutex_;  ///< guards everything but the reading of loaded_
+    std::optional<SmbiosTableCopy> copy_;
+    std::atomic<bool> loaded_ = false;  ///< whether copy_ holds one
 };
 
 /// Where the module's one table lives: for the module's load and unload code.

@@ -36,35 +36,6 @@ bool IsPciExpress(std::uint8_t slotType, ExpressTypes express) noexcept {
            (kExpressGeneration3.Holds(slotType) || kExpressFromGeneration4.Holds(slotType));
 }
 
-constexpr std::uint16_t kLayoutUnknown = 0;
-constexpr std::uint16_t kLayoutPci = 16;
-constexpr std::uint16_t kLayoutPciX = 17;
-constexpr std::uint16_t kLayoutPciExpress = 18;
-
-std::uint16_t Layout(const SystemSlot& slot, std::uint16_t unlistedExpressWidth) noexcept {
-    if (slot.kind == SlotKind::kPciX) return kLayoutPciX;
-    if (slot.kind == SlotKind::kPci66 || slot.kind == SlotKind::kPci) return kLayoutPci;
-    if (slot.kind != SlotKind::kPciExpress) return kLayoutUnknown;
-    switch (slot.dataBusWidth) {
-        case 0x08:
-            return 19;  // x1
-        case 0x09:
-            return 20;  // x2
-        case 0x0A:
-            return 21;  // x4
-        case 0x0B:
-            return 22;  // x8
-        case 0x0D:
-            return 23;  // x16
-        case 0x0E:
-            return 24;  // x32
-        case 0x0F:
-            return 25;  // x64 to CIM; the firmware's code list ends at x32
-        default:
-            return unlistedExpressWidth;
-    }
-}
-
 }  // namespace
 
 SlotKind KindOfSlotType(std::uint8_t slotType, ExpressTypes express) noexcept {
@@ -99,11 +70,5 @@ const SystemSlot* FindSlotId(const SystemSlots& slots, std::uint16_t id) noexcep
                                     [id](const SystemSlot& slot) { return slot.id == id; });
     return found == slots.structures.end() ? nullptr : &*found;
 }
-
-std::uint16_t ConnectorLayoutOfSlot(const SystemSlot& slot) noexcept {
-    return Layout(slot, kLayoutPciExpress);
-}
-
-std::uint16_t BusLayoutOfCard(const SystemSlot& slot) noexcept { return Layout(slot, kLayoutPciX); }
 
 }  // namespace velk

@@ -49,12 +49,4 @@ SystemSlots ReadSystemSlots(std::span<const std::uint8_t> table, ExpressTypes ex
 /// The first structure whose slot ID is the given one, or null.
 const SystemSlot* FindSlotId(const SystemSlots& slots, std::uint16_t id) noexcept;
 
-// The CIM connector layout of a slot: 16 PCI, 17 PCI-X, 18 PCI Express, 19 to 25 PCI Express x1 to x64, 0
-// unknown. The two differ in PCI Express slots of an unlisted width (x12 among them).
-
-/// Of the slot itself, where an unlisted width makes plain PCI Express (18).
-std::uint16_t ConnectorLayoutOfSlot(const SystemSlot& slot) noexcept;
-/// Of the card in the slot, where clients have always been told 17 for an unlisted width.
-std::uint16_t BusLayoutOfCard(const SystemSlot& slot) noexcept;
-
 }  // namespace velk
