@@ -9,7 +9,8 @@ namespace velkbench {
 
 struct Options {
     int turns = 15;
-    std::string only;  ///< part of the names of the WMI classes to measure; all without
+    unsigned largest = 4096;  ///< how many PCI functions the largest machine has
+    std::string only;         ///< part of the names of the WMI classes to measure; all without
     bool Wants(const std::wstring& className) const {
         return className.find(std::wstring(only.begin(), only.end())) != std::wstring::npos;
     }
@@ -26,7 +27,7 @@ void MeasureGrowth(const Options& options, const Report& report);
 /// A get by path, the log, the module's own costs.
 void MeasureRequests(const Options& options, const Report& report);
 void MeasureLog(const Options& options, const Report& report);
-void MeasureModule(const Options& options, const Report& report);
+void MeasureModule(const Report& report);
 /// What a user would ask instead.
 void MeasureClients(const Options& options, const Report& report);
 

@@ -27,6 +27,15 @@ ComPtr<IWbemServices> Connect(const wchar_t* nameSpace) {
     return services;
 }
 
+/// The host makes providers as WMI does, from what is registered. Only in Wine's prefix: the devices were
+/// exchanged before, which no other system allows.
+void RegisterServer(HMODULE dll) {
+    const auto registerServer = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(
+        reinterpret_cast<void*>(::GetProcAddress(dll, "DllRegisterServer")));
+    if (registerServer == nullptr || FAILED(registerServer()))
+        throw std::runtime_error("the DLL cannot be registered");
+}
+
 /// As any client: a query, and of each object one property.
 long Query(IWbemServices& services, const wchar_t* query) {
     ComPtr<IEnumWbemClassObject> results;
@@ -53,6 +62,7 @@ void MeasureClients(const Options& options, const Report& report) {
     // Before the host takes the locator's place.
     const ComPtr<IWbemServices> wine = Connect(L"root\\cimv2");
     const Rig rig(MakeMachine(kSize));
+    RegisterServer(rig.Dll());
     const ComPtr<IWbemServices> host = Connect(L"root\\VKQ");
     constexpr wchar_t kOurs[] = L"SELECT * FROM Velk_PCIDevice", kWines[] = L"SELECT * FROM Win32_PnPEntity";
     const long ours = Query(*host, kOurs), wines = Query(*wine, kWines);

@@ -8,6 +8,8 @@
 namespace velkbench {
 namespace {
 
+unsigned SlotsOf(unsigned functions) { return std::clamp(functions / 16, 8U, 64U); }
+
 velkhost::PnpDevice MakeFunction(unsigned number, unsigned slots) {
     const unsigned bus = number / 256 * 16 + number / 8 % 16, device = number / 128 % 2,
                    function = number % 8;
@@ -28,8 +30,6 @@ velkhost::PnpDevice MakeFunction(unsigned number, unsigned slots) {
 }
 
 }  // namespace
-
-unsigned SlotsOf(unsigned functions) { return std::clamp(functions / 16, 8U, 64U); }
 
 velkhost::Machine MakeMachine(unsigned functions) {
     velkhost::Machine machine;

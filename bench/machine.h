@@ -8,7 +8,4 @@ namespace velkbench {
 /// numbered slots, eight functions to a slot, and the firmware describes from 8 to 64 slots.
 velkhost::Machine MakeMachine(unsigned functions);
 
-/// How many slots that machine has.
-unsigned SlotsOf(unsigned functions);
-
 }  // namespace velkbench

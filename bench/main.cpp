@@ -12,6 +12,8 @@ int main(int argc, char** argv) {
     velkbench::Options options;
     std::string json;
     app.add_option("--turns", options.turns, "How many turns a comparison takes")->check(CLI::PositiveNumber);
+    app.add_option("--largest", options.largest, "How many PCI functions the largest machine has")
+        ->check(CLI::Range(64, 4096));
     app.add_option("--class", options.only, "Only classes whose names have this part");
     app.add_option("--json", json, "Write all figures to this file, too");
     CLI11_PARSE(app, argc, argv);
@@ -26,7 +28,7 @@ int main(int argc, char** argv) {
         velkbench::MeasureGrowth(options, report);
         velkbench::MeasureRequests(options, report);
         velkbench::MeasureLog(options, report);
-        velkbench::MeasureModule(options, report);
+        velkbench::MeasureModule(report);
         velkbench::MeasureWithWine(options, report);
         velkbench::MeasureClients(options, report);
         if (!json.empty()) velkbench::WriteJson(rows, json);

@@ -12,17 +12,11 @@
 namespace velkbench {
 namespace {
 
-/// The properties of one device by their codes; no bytes for one that is not there.
-using Device = std::array<std::vector<BYTE>, SPDRP_MAXIMUM_PROPERTY>;
-
 /// What the stand-ins, which are plain functions, answer from.
 struct State {
-    std::vector<Device> devices;
-    std::wstring computerName;
-    velk::Variant text, table, tableSize;
-    IWbemServices* services = nullptr;
-    IEnumWbemClassObject* results = nullptr;
-    IWbemClassObject* object = nullptr;
+    const Answers* answers = nullptr;
+    SampleObjects objects;
+    velk::Variant text;        ///< what every other property of an object is
     bool isDelivered = false;  ///< of the one result of the last query
 };
 State* theState = nullptr;
@@ -35,14 +29,14 @@ BOOL Refuse(DWORD error) {
 HDEVINFO WINAPI GetClassDevs(const GUID*, PCWSTR, HWND, DWORD) { return theState; }
 
 BOOL WINAPI EnumDevice(HDEVINFO, DWORD index, PSP_DEVINFO_DATA device) {
-    if (index >= theState->devices.size()) return Refuse(ERROR_NO_MORE_ITEMS);
+    if (index >= theState->answers->devices.size()) return Refuse(ERROR_NO_MORE_ITEMS);
     device->DevInst = index;
     return TRUE;
 }
 
 BOOL WINAPI ReadProperty(HDEVINFO, PSP_DEVINFO_DATA device, DWORD property, PDWORD, PBYTE buffer, DWORD size,
                          PDWORD required) {
-    const std::vector<BYTE>& bytes = theState->devices[device->DevInst][property];
+    const std::vector<BYTE>& bytes = theState->answers->devices[device->DevInst][property];
     if (bytes.empty()) return Refuse(ERROR_INVALID_DATA);
     if (required != nullptr) *required = static_cast<DWORD>(bytes.size());
     if (size < bytes.size()) return Refuse(ERROR_INSUFFICIENT_BUFFER);
@@ -53,7 +47,7 @@ BOOL WINAPI ReadProperty(HDEVINFO, PSP_DEVINFO_DATA device, DWORD property, PDWO
 BOOL WINAPI DestroyDevices(HDEVINFO) { return TRUE; }
 
 BOOL WINAPI ComputerName(COMPUTER_NAME_FORMAT, LPWSTR buffer, LPDWORD size) {
-    const std::wstring& name = theState->computerName;
+    const std::wstring& name = theState->answers->computerName;
     std::wmemcpy(buffer, name.c_str(), name.size() + 1);
     *size = static_cast<DWORD>(name.size());
     return TRUE;
@@ -79,25 +73,25 @@ HRESULT Give(IUnknown* object, Interface** out) {
 HRESULT STDMETHODCALLTYPE ExecQuery(IWbemServices*, const BSTR, const BSTR, LONG, IWbemContext*,
                                     IEnumWbemClassObject** results) {
     theState->isDelivered = false;
-    return Give(theState->results, results);
+    return Give(theState->objects.enumerator, results);
 }
 
 HRESULT STDMETHODCALLTYPE ConnectServer(IWbemLocator*, const BSTR, const BSTR, const BSTR, const BSTR, LONG,
                                         const BSTR, IWbemContext*, IWbemServices** services) {
-    return Give(theState->services, services);
+    return Give(theState->objects.services, services);
 }
 
 HRESULT STDMETHODCALLTYPE Next(IEnumWbemClassObject*, LONG, ULONG count, IWbemClassObject** objects,
                                ULONG* returned) {
     *returned = std::exchange(theState->isDelivered, true) ? 0 : 1;
-    if (*returned == 1) Give(theState->object, objects);
+    if (*returned == 1) Give(theState->objects.object, objects);
     return *returned == count ? HRESULT{S_OK} : HRESULT{WBEM_S_FALSE};
 }
 
 HRESULT STDMETHODCALLTYPE Get(IWbemClassObject*, LPCWSTR name, LONG, VARIANT* value, CIMTYPE*, LONG*) {
     const std::wstring_view property = name;
-    const velk::Variant& constant = property == L"Size"         ? theState->tableSize
-                                    : property == L"SMBiosData" ? theState->table
+    const velk::Variant& constant = property == L"Size"         ? theState->answers->tableSize
+                                    : property == L"SMBiosData" ? theState->answers->table
                                                                 : theState->text;
     return ::VariantCopy(value, const_cast<VARIANT*>(&constant.Get()));
 }
@@ -108,9 +102,8 @@ HRESULT STDMETHODCALLTYPE Spawn(IWbemClassObject* self, LONG, IWbemClassObject**
     return Give(self, instance);
 }
 
-IWbemLocator* theLocator = nullptr;
 HRESULT WINAPI CreateInstance(REFCLSID, LPUNKNOWN, DWORD, REFIID, LPVOID* object) {
-    return Give(theLocator, reinterpret_cast<IWbemLocator**>(object));
+    return Give(theState->objects.locator, reinterpret_cast<IWbemLocator**>(object));
 }
 
 template <class Function>
@@ -120,55 +113,45 @@ void* Address(Function* function) {
 
 }  // namespace
 
-NearFree::NearFree(HMODULE module, const Recorder::Objects& objects) {
-    theState = new State;
-    theState->services = objects.services;
-    theState->results = objects.enumerator;
-    theState->object = objects.object;
-    theLocator = objects.locator;
-    theState->text = velk::Variant::FromText(velk::Bstr(L"SERVER17"));
-    const PlatformCalls calls = Calls();
-    const std::pair<const char*, void*> standIns[] = {
-        {"SetupDiGetClassDevsW", Address(calls.getClassDevs)},
-        {"SetupDiEnumDeviceInfo", Address(calls.enumDevice)},
-        {"SetupDiGetDeviceRegistryPropertyW", Address(calls.readProperty)},
-        {"SetupDiDestroyDeviceInfoList", Address(calls.destroyDevices)},
-        {"GetComputerNameExW", Address(calls.computerName)},
-        {"CreateFileW", Address(calls.openFile)},
-        {"CoCreateInstance", Address(calls.createInstance)},
-    };
-    for (const auto& [function, standIn] : standIns) imports_.emplace_back(module, function, standIn);
-    // Slots as the interfaces declare them, behind QueryInterface, AddRef and Release.
-    methods_.emplace_back(objects.locator, 3, Address(&ConnectServer));
-    methods_.emplace_back(objects.services, 20, Address(&ExecQuery));
-    methods_.emplace_back(objects.enumerator, 4, Address(&Next));
-    methods_.emplace_back(objects.object, 4, Address(&Get));
-    methods_.emplace_back(objects.object, 5, Address(&Put));
-    methods_.emplace_back(objects.object, 15, Address(&Spawn));
+Answers::Answers(const velkhost::Machine& machine)
+    : computerName(machine.names.dnsFullyQualified.value_or(L"")) {
+    for (const velkhost::PnpDevice& device : machine.devices) {
+        Device& kept = devices.emplace_back();
+        for (const auto& [code, value] : device.properties) kept[code] = value.bytes;
+    }
+    const std::vector<std::uint8_t>& bytes = machine.smbios->table;
+    velk::UniqueSafeArray array(::SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(bytes.size())));
+    void* data = nullptr;
+    ::SafeArrayAccessData(array.Get(), &data);
+    std::memcpy(data, bytes.data(), bytes.size());
+    ::SafeArrayUnaccessData(array.Get());
+    table = velk::Variant::Array(VT_UI1, std::move(array));
+    tableSize = velk::Variant::SInt32(static_cast<LONG>(bytes.size()));
 }
 
-NearFree::~NearFree() { delete std::exchange(theState, nullptr); }
+NearFree::NearFree(HMODULE module, const SampleObjects& objects, const Answers& answers) {
+    theState = new State{&answers, objects, velk::Variant::FromText(velk::Bstr(L"SERVER17"))};
+    imports_ = Redirect(module, Calls());
+    methods_.emplace_back(objects.locator, kLocatorConnectServer, Address(&ConnectServer));
+    methods_.emplace_back(objects.services, kServicesExecQuery, Address(&ExecQuery));
+    methods_.emplace_back(objects.enumerator, kEnumeratorNext, Address(&Next));
+    methods_.emplace_back(objects.object, kObjectGet, Address(&Get));
+    methods_.emplace_back(objects.object, kObjectPut, Address(&Put));
+    methods_.emplace_back(objects.object, kObjectSpawnInstance, Address(&Spawn));
+}
+
+NearFree::~NearFree() {
+    // The stand-ins go before what they answer from.
+    methods_.clear();
+    imports_.clear();
+    delete std::exchange(theState, nullptr);
+}
 
 PlatformCalls NearFree::Calls() {
     return {&GetClassDevs, &EnumDevice, &ReadProperty,  &DestroyDevices,
             &ComputerName, &OpenFile,   &CreateInstance};
 }
 
-void NearFree::Use(const velkhost::Machine& machine) {
-    theState->computerName = machine.names.dnsFullyQualified.value_or(L"");
-    theState->devices.clear();
-    for (const velkhost::PnpDevice& device : machine.devices) {
-        Device& kept = theState->devices.emplace_back();
-        for (const auto& [code, value] : device.properties) kept[code] = value.bytes;
-    }
-    const std::vector<std::uint8_t>& table = machine.smbios->table;
-    velk::UniqueSafeArray bytes(::SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(table.size())));
-    void* data = nullptr;
-    ::SafeArrayAccessData(bytes.Get(), &data);
-    std::memcpy(data, table.data(), table.size());
-    ::SafeArrayUnaccessData(bytes.Get());
-    theState->table = velk::Variant::Array(VT_UI1, std::move(bytes));
-    theState->tableSize = velk::Variant::SInt32(static_cast<LONG>(table.size()));
-}
+void NearFree::Use(const Answers& answers) { theState->answers = &answers; }
 
 }  // namespace velkbench

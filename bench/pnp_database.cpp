@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "common/handle.h"
+#include "host/is_wine.h"
 #include "host/machine/machine_format.h"
 
 namespace velkbench {
@@ -48,6 +49,8 @@ void Clear() { ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, (std::wstring(kEnum) + L"PCI
 }  // namespace
 
 PnpDatabase::PnpDatabase(const velkhost::Machine& machine) {
+    if (!velkhost::IsWine())
+        throw std::runtime_error("the devices of a real Windows are left alone: use Wine");
     Clear();
     for (const velkhost::PnpDevice& device : machine.devices) Write(device);
 }

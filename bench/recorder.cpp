@@ -144,36 +144,27 @@ velkhost::MethodRedirect Redirect(void* object, std::size_t slot, Method* standI
     return redirect;
 }
 
-template <class Function>
-void* Address(Function* function) {
-    return reinterpret_cast<void*>(function);
-}
-
 }  // namespace
 
-Recorder::Recorder(HMODULE module, const PlatformCalls& inner, const Objects& objects) {
+Recorder::Recorder(HMODULE module, const PlatformCalls& inner, const SampleObjects& objects) {
     if (theState != nullptr) throw std::logic_error("a recording is going on already");
     theState = new State{inner, {}, {}, false};
-    const std::pair<const char*, void*> standIns[] = {
-        {"SetupDiGetClassDevsW", Address(GetClassDevs)},
-        {"SetupDiEnumDeviceInfo", Address(EnumDevice)},
-        {"SetupDiGetDeviceRegistryPropertyW", Address(ReadProperty)},
-        {"SetupDiDestroyDeviceInfoList", Address(DestroyDevices)},
-        {"GetComputerNameExW", Address(ComputerName)},
-        {"CreateFileW", Address(OpenFile)},
-        {"CoCreateInstance", Address(CreateInstance)},
-    };
-    for (const auto& [function, standIn] : standIns) imports_.emplace_back(module, function, standIn);
-    // Slots as the interfaces declare them, behind QueryInterface, AddRef and Release.
-    methods_.push_back(Redirect<ConnectServer>(objects.locator, 3, &Connect));
-    methods_.push_back(Redirect<ExecQuery>(objects.services, 20, &Query));
-    methods_.push_back(Redirect<NextMethod>(objects.enumerator, 4, &Next));
-    methods_.push_back(Redirect<GetMethod>(objects.object, 4, &Get));
-    methods_.push_back(Redirect<PutMethod>(objects.object, 5, &Put));
-    methods_.push_back(Redirect<SpawnMethod>(objects.object, 15, &Spawn));
+    imports_ = Redirect(module, {&GetClassDevs, &EnumDevice, &ReadProperty, &DestroyDevices, &ComputerName,
+                                 &OpenFile, &CreateInstance});
+    methods_.push_back(Redirect<ConnectServer>(objects.locator, kLocatorConnectServer, &Connect));
+    methods_.push_back(Redirect<ExecQuery>(objects.services, kServicesExecQuery, &Query));
+    methods_.push_back(Redirect<NextMethod>(objects.enumerator, kEnumeratorNext, &Next));
+    methods_.push_back(Redirect<GetMethod>(objects.object, kObjectGet, &Get));
+    methods_.push_back(Redirect<PutMethod>(objects.object, kObjectPut, &Put));
+    methods_.push_back(Redirect<SpawnMethod>(objects.object, kObjectSpawnInstance, &Spawn));
 }
 
-Recorder::~Recorder() { delete std::exchange(theState, nullptr); }
+Recorder::~Recorder() {
+    // The stand-ins go before what they write to.
+    methods_.clear();
+    imports_.clear();
+    delete std::exchange(theState, nullptr);
+}
 
 Trace Recorder::Take() { return std::move(theState->trace); }
 

@@ -13,15 +13,8 @@ namespace velkbench {
 /// is left out. One at a time.
 class Recorder {
   public:
-    /// `inner` is what stands behind the module's imports now; `object`, `enumerator`, `services` and
-    /// `locator` are any objects of the classes that the module is given.
-    struct Objects {
-        IWbemClassObject* object;
-        IEnumWbemClassObject* enumerator;
-        IWbemServices* services;
-        IWbemLocator* locator;
-    };
-    Recorder(HMODULE module, const PlatformCalls& inner, const Objects& objects);
+    /// `inner` is what stands behind the module's imports now.
+    Recorder(HMODULE module, const PlatformCalls& inner, const SampleObjects& objects);
     ~Recorder();
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;

@@ -1,3 +1,4 @@
+#include <cwchar>
 #include <stdexcept>
 
 #include "bench/benchmarks.h"
@@ -27,13 +28,12 @@ std::wstring PathOfLast(unsigned functions) {
 }  // namespace
 
 void MeasureRequests(const Options& options, const Report& report) {
-    constexpr unsigned kSize = 4096;
     const Rig rig(MakeMachine(64));
-    NearFree nearFree(rig.Dll(), rig.Objects());
-    nearFree.Use(MakeMachine(kSize));
+    const Answers answers(MakeMachine(options.largest));
+    const NearFree nearFree(rig.Dll(), rig.Objects(), answers);
     const auto provider = rig.Host().MakeProvider(rig.Dll(), rig.Host().Class(L"Velk_PCIDevice"));
     const auto sink = CountingSink::Make();
-    const velk::Bstr path(PathOfLast(kSize));
+    const velk::Bstr path(PathOfLast(options.largest));
     const Comparison comparison = Compare(
         [&] {
             sink->Begin();
@@ -41,7 +41,8 @@ void MeasureRequests(const Options& options, const Report& report) {
                 throw std::runtime_error("a get to be measured finds nothing");
         },
         [&] { Enumerate(*provider, *sink); }, options.turns);
-    report({"get by path against an enumeration", "Velk_PCIDevice, the last one", kSize, comparison});
+    report(
+        {"get by path against an enumeration", "Velk_PCIDevice, the last one", options.largest, comparison});
 }
 
 }  // namespace velkbench

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "bench/floor.h"
-#include "bench/recorder.h"
+#include "bench/platform_calls.h"
 #include "common/com_ptr.h"
 #include "common/handle.h"
 #include "support/hosted_dll.h"
@@ -51,21 +51,12 @@ class Rig {
     HMODULE Dll() const { return dll_.Get(); }
     const velktest::ProviderHost& Host() const { return host_; }
     /// Samples of the classes of objects that a provider is given.
-    Recorder::Objects Objects() const;
+    SampleObjects Objects() const;
     /// The class, whose instances a provider spawns.
     velk::ComPtr<IWbemClassObject> ClassObject(const std::wstring& name) const;
 
   private:
-    /// Lets the log write errors alone: what a line costs is measured by itself. Before the DLL is loaded.
-    class QuietLog {
-      public:
-        QuietLog() { registry_.SetDword(velktest::kCommonLogKey, L"LogLevel", 5); }
-
-      private:
-        velktest::RegistryFixture registry_;
-    };
-
-    QuietLog quietLog_;
+    velktest::RegistryFixture registry_;
     velktest::ProviderHost host_;
     velk::UniqueLibrary dll_;
     velk::ComPtr<IWbemLocator> locator_;

@@ -42,6 +42,12 @@ else()
     # Line numbers are what a stack needs; full debug information makes test programs of 50 MB that take longer to link
     # than to run.
     set(CMAKE_CXX_FLAGS_DEBUG "-g1")
+    # What is given away is linked as it always was; see the script for why the tests are not.
+    find_program(VELK_LLD ld.lld)
+    find_program(VELK_LLVM_AR llvm-ar)
+    if(CMAKE_BUILD_TYPE STREQUAL "Debug" AND VELK_LLD AND VELK_LLVM_AR)
+        set_property(GLOBAL PROPERTY RULE_LAUNCH_LINK "\"${PROJECT_SOURCE_DIR}/cmake/link-with-lld\"")
+    endif()
     if(VELK_HARDENED)
         # MinGW has no sanitizer run-time; trapping needs none.
         target_compile_options(velk_options INTERFACE -fsanitize=undefined -fsanitize-undefined-trap-on-error)
@@ -57,5 +63,6 @@ add_library(velk_windows_libs INTERFACE)
 target_link_libraries(velk_windows_libs INTERFACE setupapi ole32 oleaut32 advapi32 uuid wbemuuid)
 
 if(CMAKE_CROSSCOMPILING)
-    set(CMAKE_CROSSCOMPILING_EMULATOR ${PROJECT_SOURCE_DIR}/tools/wine-run;${CMAKE_BINARY_DIR})
+    # Followed by the folder of a Wine prefix and a program: runs it there.
+    set(VELK_WINE ${PROJECT_SOURCE_DIR}/tools/wine-run)
 endif()

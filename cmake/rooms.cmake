@@ -26,19 +26,59 @@ function(velk_room name)
     target_precompile_headers(velk_${name} REUSE_FROM velk_precompiled)
 endfunction()
 
-# velk_test_suite(NAME [LINKS target...] [LABELS label...]): NAME_tests.exe of all sources in tests/NAME, run by CTest
-# as one process: starting a process under Wine costs more than most suites take.
+# velk_test_suite(NAME [LINKS target...] [OF_WHAT_SHIPS]): NAME_tests.exe of all sources in tests/NAME, run by CTest as one
+# process: starting a process under Wine costs more than most suites take. OF_WHAT_SHIPS: it looks at the DLL from outside,
+# so that its program may come from VELK_TEST_PROGRAMS.
 function(velk_test_suite name)
-    cmake_parse_arguments(arg "" "" "LINKS;LABELS" ${ARGN})
-    file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
-    if(NOT sources)
+    cmake_parse_arguments(arg "OF_WHAT_SHIPS" "" "LINKS" ${ARGN})
+    if(NOT VELK_TEST_PROGRAMS)
+        file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+        add_executable(${name}_tests ${sources})
+        target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
+        target_link_libraries(${name}_tests PRIVATE velk_options velk_test_support ${arg_LINKS})
+        target_precompile_headers(${name}_tests REUSE_FROM velk_test_support)
+    elseif(arg_OF_WHAT_SHIPS)
+        # Copied: a program finds the DLL beside itself.
+        set(program ${CMAKE_BINARY_DIR}/${name}_tests.exe)
+        add_custom_command(
+            OUTPUT ${program}
+            COMMAND ${CMAKE_COMMAND} -E copy ${VELK_TEST_PROGRAMS}/${name}_tests.exe ${program}
+            DEPENDS ${VELK_TEST_PROGRAMS}/${name}_tests.exe
+            VERBATIM)
+        add_custom_target(${name}_tests DEPENDS ${program})
+    else()
         return()
     endif()
-    add_executable(${name}_tests ${sources})
-    target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
-    target_link_libraries(${name}_tests PRIVATE velk_options velk_test_support ${arg_LINKS})
-    target_precompile_headers(${name}_tests REUSE_FROM velk_test_support)
-    add_test(NAME ${name} COMMAND ${name}_tests WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
-    # One at a time: they share the prefix's registry, with the logs' configuration in it, and its named locks.
-    set_tests_properties(${name} PROPERTIES TIMEOUT 600 LABELS "${arg_LABELS}" RESOURCE_LOCK prefix)
+
+    if(arg_OF_WHAT_SHIPS)
+        add_dependencies(${name}_tests VelkWmiPci)
+        velk_add_test(${name} ${name}_tests.exe)
+        # They take long: begun first, and each in a prefix of its own.
+        set_tests_properties(${name} PROPERTIES LABELS shipped COST 100)
+    else()
+        velk_add_test(${name} ${name}_tests.exe SHARES_PREFIX)
+    endif()
+endfunction()
+
+# velk_add_test(NAME [SHARES_PREFIX] PROGRAM [ARG...]): a program of the build folder as a test, under Wine in a prefix of
+# its own. What runs for seconds alone shares one, at one time: its registry, with the logs' configuration in it, and its
+# named locks.
+function(velk_add_test name)
+    cmake_parse_arguments(arg "SHARES_PREFIX" "" "" ${ARGN})
+    set(prefix ${CMAKE_BINARY_DIR}/prefixes/${name})
+    if(arg_SHARES_PREFIX)
+        set(prefix ${CMAKE_BINARY_DIR})
+    endif()
+    file(MAKE_DIRECTORY ${prefix})
+    set(wine "")
+    if(CMAKE_CROSSCOMPILING)
+        set(wine ${VELK_WINE} ${prefix})
+    endif()
+    list(POP_FRONT arg_UNPARSED_ARGUMENTS program)
+    add_test(NAME ${name} COMMAND ${wine} ${CMAKE_BINARY_DIR}/${program} ${arg_UNPARSED_ARGUMENTS}
+             WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+    if(arg_SHARES_PREFIX)
+        set_tests_properties(${name} PROPERTIES RESOURCE_LOCK prefix)
+    endif()
 endfunction()

@@ -3,6 +3,7 @@
 #include "common/handle.h"
 #include "common/registry.h"
 #include "host/com/interface_id.h"
+#include "host/is_wine.h"
 #include "host/machine/machine_setup.h"
 #include "host/server/message_log.h"
 #include "host/server/settings.h"
@@ -20,11 +21,6 @@ struct ServedClass {
 };
 const ServedClass kServedClasses[] = {{CLSID_WbemLocator, L"DisplacedLocator"},
                                       {kClsidWbemDefPath, L"DisplacedPathParser"}};
-
-bool IsWine() {
-    const HMODULE ntdll = ::GetModuleHandleW(L"ntdll.dll");
-    return ntdll != nullptr && ::GetProcAddress(ntdll, "wine_get_version") != nullptr;
-}
 
 std::wstring OwnFile() { return FileOfModule(reinterpret_cast<HMODULE>(&__ImageBase)).wstring(); }
 

@@ -18,11 +18,9 @@ PRODUCT = {
 # Folders that use only those before them.
 HOST = ["com", "mof", "path", "model", "services", "machine", "server"]
 TOOL = ["basics", "source", "inventory", "check", "view", "capture", "compare", "setup", "app", "commands"]
-# What they use of the product.
-HOST_OF_PRODUCT = {"common"}
-TOOL_OF_PRODUCT = {"common", "smbios"}
-# The CLSIDs, which are the DLL's contract.
-TOOL_OF_MODULE = "module/identifiers.h"
+# What else they use: rooms of the product, and of the module the CLSIDs, which are the DLL's contract.
+HOST_BESIDES = {"common"}
+TOOL_BESIDES = {"host", "common", "smbios", "module/identifiers.h"}
 INCLUDE = re.compile(r'^#include "([^"]+)"', re.MULTILINE)
 
 
@@ -35,13 +33,13 @@ def includes(folder: pathlib.Path):
 
 
 class Layering(unittest.TestCase):
-    def assert_one_way(self, top: str, order: list, of_product: set, extra: tuple = ()):
+    def assert_one_way(self, top: str, order: list, besides: set):
         found = 0
         for file, path in includes(ROOT / top):
             own, used = file.parts[1], path.split("/")
             with self.subTest(file=str(file), includes=path):
                 if used[0] != top:
-                    self.assertTrue(used[0] in of_product or path in extra or (top == "tool" and used[0] == "host"))
+                    self.assertTrue(used[0] in besides or path in besides)
                 elif own in order and len(used) > 2:
                     found += 1
                     self.assertLessEqual(order.index(used[1]), order.index(own))
@@ -59,11 +57,11 @@ class Layering(unittest.TestCase):
 
     def test_folders_of_the_host_use_only_those_before_them(self):
         self.assertEqual({each.name for each in (ROOT / "host").iterdir() if each.is_dir()}, set(HOST))
-        self.assert_one_way("host", HOST, HOST_OF_PRODUCT)
+        self.assert_one_way("host", HOST, HOST_BESIDES)
 
     def test_folders_of_the_program_use_only_those_before_them(self):
         self.assertEqual({each.name for each in (ROOT / "tool").iterdir() if each.is_dir()}, set(TOOL))
-        self.assert_one_way("tool", TOOL, TOOL_OF_PRODUCT, (TOOL_OF_MODULE,))
+        self.assert_one_way("tool", TOOL, TOOL_BESIDES)
 
     def test_the_page_names_the_folders_in_their_order(self):
         page = (ROOT / "docs" / "architecture.md").read_text(encoding="utf-8")
