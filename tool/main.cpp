@@ -3,8 +3,8 @@
 #include <shellapi.h>
 
 #include "host/utf8.h"
-#include "tool/basics/exit_codes.h"
 #include "tool/app/program.h"
+#include "tool/basics/exit_codes.h"
 
 // -municode is not asked for: the wide command line is read from the system, so that class names and paths of
 // any script arrive as they were typed.
