@@ -27,7 +27,7 @@ void MeasureGrowth(const Options& options, const Report& report);
 /// A get by path, the log, the module's own costs.
 void MeasureRequests(const Options& options, const Report& report);
 void MeasureLog(const Options& options, const Report& report);
-void MeasureModule(const Report& report);
+void MeasureModule(const Options& options, const Report& report);
 /// What a user would ask instead.
 void MeasureClients(const Options& options, const Report& report);
 

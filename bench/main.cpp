@@ -28,7 +28,7 @@ int main(int argc, char** argv) {
         velkbench::MeasureGrowth(options, report);
         velkbench::MeasureRequests(options, report);
         velkbench::MeasureLog(options, report);
-        velkbench::MeasureModule(report);
+        velkbench::MeasureModule(options, report);
         velkbench::MeasureWithWine(options, report);
         velkbench::MeasureClients(options, report);
         if (!json.empty()) velkbench::WriteJson(rows, json);

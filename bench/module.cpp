@@ -2,8 +2,10 @@
 // psapi.h follows windows.h.
 #include <psapi.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <stdexcept>
+#include <string>
 
 #include "bench/benchmarks.h"
 #include "bench/machine.h"
@@ -31,7 +33,7 @@ double SizeInKilobytes(HMODULE dll) {
 }
 
 /// Milliseconds from the load of the DLL to an answered enumeration, and unloading it again.
-double LoadToFirstAnswer(const velkhost::Machine& machine) {
+double LoadToFirstAnswer(const velkhost::Machine& machine, int times) {
     const PnpDatabase database(machine);
     const velktest::ProviderHost host(machine);
     const auto sink = CountingSink::Make();
@@ -41,7 +43,7 @@ double LoadToFirstAnswer(const velkhost::Machine& machine) {
         if (Enumerate(*provider, *sink) == 0) throw std::runtime_error("the first answer is empty");
     };
     answer();
-    return Median(answer, 15) / 1e6;
+    return Median(answer, times) / 1e6;
 }
 
 /// What so many enumerations leave in the process's private memory, after some that fill what is kept for
@@ -59,32 +61,36 @@ double GrowthInKilobytes(const Rig& rig, const velkhost::Machine& machine, int e
 
 /// Microseconds of what every enumeration takes of the system whatever it finds, made a thousand times.
 template <class Action>
-double CostInMicroseconds(Action action) {
+double CostInMicroseconds(int turns, Action action) {
     constexpr int kTimes = 1000;
     const double all = Median(
         [&] {
             for (int i = 0; i < kTimes; ++i) action();
         },
-        15);
+        turns);
     return all / kTimes / 1000;
 }
 
 }  // namespace
 
-void MeasureModule(const Report& report) {
+void MeasureModule(const Options& options, const Report& report) {
     const velkhost::Machine machine = MakeMachine(64);
-    const auto tell = [&](const char* what, double value, const char* unit) {
+    const auto tell = [&](const std::string& what, double value, const char* unit) {
         report({"the module", what, 0, {}, value, unit});
     };
-    tell("from load to an answered enumeration, with unloading", LoadToFirstAnswer(machine), "ms");
+    tell("from load to an answered enumeration, with unloading", LoadToFirstAnswer(machine, options.turns),
+         "ms");
     const Rig rig(machine);
     tell("size of the DLL", SizeInKilobytes(rig.Dll()), "KB");
     velk::CMutex mutex;
     mutex.SetName(L"VelkBench");
     tell("a named lock, taken and given back",
-         CostInMicroseconds([&] { const velk::CMutexLock lock(mutex); }), "us");
-    tell("the setting about slot types, read", CostInMicroseconds([] { velk::ReadExpressTypes(); }), "us");
-    tell("private memory that 10,000 more enumerations add", GrowthInKilobytes(rig, machine, 10000), "KB");
+         CostInMicroseconds(options.turns, [&] { const velk::CMutexLock lock(mutex); }), "us");
+    tell("the setting about slot types, read",
+         CostInMicroseconds(options.turns, [] { velk::ReadExpressTypes(); }), "us");
+    const int enumerations = std::min(1000 * options.turns, 10000);
+    tell("private memory that " + std::to_string(enumerations) + " more enumerations add",
+         GrowthInKilobytes(rig, machine, enumerations), "KB");
 }
 
 }  // namespace velkbench

@@ -3,7 +3,7 @@
 # it uses.
 file(WRITE ${CMAKE_BINARY_DIR}/precompiled.cpp "")
 add_library(velk_precompiled OBJECT ${CMAKE_BINARY_DIR}/precompiled.cpp)
-target_link_libraries(velk_precompiled PRIVATE velk_options)
+target_link_libraries(velk_precompiled PRIVATE velk_options velk_trapping)
 set(velk_precompiled_headers <functional> <map> <memory> <optional> <string> <variant> <vector> <common/platform.h>)
 target_precompile_headers(velk_precompiled PRIVATE ${velk_precompiled_headers})
 
@@ -22,7 +22,7 @@ function(velk_room name)
         return()
     endif()
     add_library(velk_${name} STATIC ${sources})
-    target_link_libraries(velk_${name} PUBLIC velk_options velk_windows_libs ${arg_LINKS})
+    target_link_libraries(velk_${name} PUBLIC velk_options velk_windows_libs ${arg_LINKS} PRIVATE velk_trapping)
     target_precompile_headers(velk_${name} REUSE_FROM velk_precompiled)
 endfunction()
 
@@ -75,6 +75,8 @@ function(velk_add_test name)
         set(wine ${VELK_WINE} ${prefix})
     endif()
     list(POP_FRONT arg_UNPARSED_ARGUMENTS program)
+    get_filename_component(target ${program} NAME_WE)
+    add_dependencies(test_programs ${target})
     add_test(NAME ${name} COMMAND ${wine} ${CMAKE_BINARY_DIR}/${program} ${arg_UNPARSED_ARGUMENTS}
              WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
     set_tests_properties(${name} PROPERTIES TIMEOUT 600)
