@@ -48,8 +48,8 @@ void ReadProperty(const DevicePropertyName& known, const JsonNode& node, PnpDevi
 
 void ReadRawProperties(const JsonNode& node, PnpDevice& device) {
     for (const auto& [name, value] : node.Members()) {
-        const auto known = std::ranges::find_if(
-            kDeviceProperties, [&](const DevicePropertyName& each) { return name == each.name; });
+        const auto known =
+            std::ranges::find(kDeviceProperties, std::string_view(name), &DevicePropertyName::name);
         if (known == std::end(kDeviceProperties)) value.Fail("unknown member");
         device.properties[known->code] = ReadRawValue(value);
     }

@@ -108,8 +108,8 @@ ClassObject::Answer ClassObject::AnswerFor(std::size_t index) const {
     const PropertyDef& property = definition_->properties[index];
     const bool isOwn =
         IsInstance() ? values_[index].has_value() : SameName(property.origin, definition_->name);
-    return {ToVariant(property.type, At(index)), property.type.Number(),
-            isOwn ? WBEM_FLAVOR_ORIGIN_LOCAL : WBEM_FLAVOR_ORIGIN_PROPAGATED};
+    const LONG origin = isOwn ? WBEM_FLAVOR_ORIGIN_LOCAL : WBEM_FLAVOR_ORIGIN_PROPAGATED;
+    return {ToVariant(property.type, At(index)), property.type.Number(), origin};
 }
 
 std::optional<ClassObject::Answer> ClassObject::SystemAnswer(std::wstring_view name) const {

@@ -66,7 +66,7 @@ class ModuleLoad : public testing::Test {
 
 TEST_F(ModuleLoad, UnloadsWithSlotLocationWorkersInFlight) {
     constexpr int kWarmUp = 10;
-    constexpr int kSteps = 5;
+    constexpr int kMostSteps = 20;
     const int stepRounds = IsLongRun() ? 1000 : 25;
     int rounds = 0;
     while (rounds < kWarmUp) ASSERT_NO_FATAL_FAILURE(LoadAskAndUnload(rounds++));
@@ -76,7 +76,7 @@ TEST_F(ModuleLoad, UnloadsWithSlotLocationWorkersInFlight) {
     const auto smallestLeak = static_cast<std::size_t>(stepRounds);
     int stepsWithoutGrowth = 0;
     Usage after = before;
-    for (int step = 0; step < kSteps; ++step) {
+    for (int step = 0; stepsWithoutGrowth < 2 && step < kMostSteps; ++step) {
         for (int end = rounds + stepRounds; rounds < end;)
             ASSERT_NO_FATAL_FAILURE(LoadAskAndUnload(rounds++));
         const Usage now = Usage::Now();
