@@ -8,7 +8,7 @@ import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 # What Wine says, with exit code 1, when the process that it made for a program ended before the program began. It
-# happens once in some thousand starts, to any program; nothing of the program ran, so it may be started again.
+# was seen on bare systems alone, of any program; nothing of the program ran, so it may be started again.
 NOT_STARTED = b"Application could not be started, or no application associated with the specified file."
 ATTEMPTS = 3
 # Wine's desktop writes its colours here while it starts, and they go with it.
