@@ -26,7 +26,7 @@ function(velk_room name)
     target_precompile_headers(velk_${name} REUSE_FROM velk_precompiled)
 endfunction()
 
-# velk_test_suite(NAME [LINKS target...] [OF_WHAT_SHIPS]): NAME_tests.exe of all sources in tests/NAME, run by CTest as one
+# velk_test_suite(NAME [LINKS target...] [OF_WHAT_SHIPS]): NAME_tests.exe of all sources in the folder NAME, run by CTest as one
 # process: starting a process under Wine costs more than most suites take. OF_WHAT_SHIPS: it looks at the DLL from outside,
 # so that its program may come from VELK_TEST_PROGRAMS.
 function(velk_test_suite name)
@@ -34,7 +34,7 @@ function(velk_test_suite name)
     if(NOT VELK_TEST_PROGRAMS)
         file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
         add_executable(${name}_tests ${sources})
-        target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
+        target_include_directories(${name}_tests PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
         target_link_libraries(${name}_tests PRIVATE velk_options velk_test_support ${arg_LINKS})
         target_precompile_headers(${name}_tests REUSE_FROM velk_test_support)
     elseif(arg_OF_WHAT_SHIPS)

@@ -21,7 +21,8 @@ class CVelkPCIBridgeList final : public CInstanceList<CVelkPCIBridge> {
 
     /// The slot numbers (UI numbers above 0) of the bridges that the last rebuild in this process found; null
     /// before the first rebuild and after a failed one. May be called without the list's lock: each rebuild
-    /// publishes a new set that never changes afterwards.
+    /// publishes a new set that never changes afterwards. Null rather than an empty set: to forget the
+    /// numbers must not take memory, which may be what the rebuild failed for.
     std::shared_ptr<const SlotNumberSet> SlotNumbers() const noexcept {
         return slotNumbers_.load(std::memory_order_acquire);
     }

@@ -10,7 +10,7 @@ sys.path.insert(0, str(ROOT / "tools" / "lib"))
 
 import identifiers  # noqa: E402
 
-VECTORS = json.loads((ROOT / "tests" / "machine_vectors" / "identifiers.json").read_text(encoding="utf-8"))
+VECTORS = json.loads((ROOT / "tests" / "support" / "identifiers.json").read_text(encoding="utf-8"))
 
 
 class Identifiers(unittest.TestCase):

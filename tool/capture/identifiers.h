@@ -10,7 +10,7 @@ namespace velkpci {
 /// remain equal, and replacing again changes nothing.
 ///
 /// docs/machine-format.md has the rules. tools/lib/identifiers.py replaces by the same ones, and both are
-/// held against tests/machine_vectors/identifiers.json.
+/// held against tests/support/identifiers.json.
 void ReplaceIdentifiers(velkhost::Machine& machine);
 
 }  // namespace velkpci

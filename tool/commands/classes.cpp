@@ -26,6 +26,7 @@ Json RowToJson(const ClassDef& definition) {
     Json row = {{"class", Utf8FromWide(definition.name)}};
     row["provider"] = TextOrNull(Utf8FromWide(definition.Provider()));
     row.update(ClassToJson(definition));
+    row.update(DeclarationToJson(definition));
     return row;
 }
 

@@ -59,6 +59,13 @@ void AddClasses(const Section& section, Json& classes) {
     }
 }
 
+Json QualifiersToJson(const velkhost::QualifierList& qualifiers) {
+    Json object = Json::object();
+    for (const velkhost::QualifierDef& each : qualifiers)
+        object[Utf8FromWide(each.name)] = ValueToJson(each.value);
+    return object;
+}
+
 Json InstanceOrNull(const InstancePtr& instance, const std::vector<std::wstring>& columns) {
     return instance ? InstanceToJson(*instance, columns) : Json();
 }
@@ -113,6 +120,16 @@ Json ClassToJson(const ClassDef& definition) {
             {"association", IsMarked(definition, L"Association")},
             {"keys", std::move(keys)},
             {"types", std::move(types)}};
+}
+
+Json DeclarationToJson(const ClassDef& definition) {
+    Json properties = Json::array();
+    for (const PropertyDef& property : definition.properties) {
+        properties.push_back({{"name", Utf8FromWide(property.name)},
+                              {"type", ShowType(property.type)},
+                              {"qualifiers", QualifiersToJson(property.qualifiers)}});
+    }
+    return {{"qualifiers", QualifiersToJson(definition.qualifiers)}, {"properties", std::move(properties)}};
 }
 
 Json InstanceToJson(const Instance& instance, const std::vector<std::wstring>& columns) {

@@ -28,6 +28,9 @@ Json StatusToJson(HRESULT status);
 Json FailuresToJson(const std::vector<Failure>& failures);
 /// A class's "superclass", "association", "keys" and "types".
 Json ClassToJson(const ClassDef& definition);
+/// What the MOF says of it beyond that: all qualifiers, and those of its properties in the order of
+/// declaration.
+Json DeclarationToJson(const ClassDef& definition);
 /// {"class", "path", "properties", "names"}: every property, NULL as null; `names` holds what value maps call
 /// the numbers, of an array a list with null for an element without a name. With columns these alone.
 Json InstanceToJson(const Instance& instance, const std::vector<std::wstring>& columns = {});

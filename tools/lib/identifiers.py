@@ -1,7 +1,7 @@
 """Replaces what tells one machine from others of its kind in a machine file, by the rules of docs/machine-format.md.
 
 The program velkpci replaces by the same rules (tool/capture/identifiers.cpp); both are held against
-tests/machine_vectors/identifiers.json.
+tests/support/identifiers.json.
 """
 
 import dataclasses
