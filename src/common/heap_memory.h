@@ -9,12 +9,17 @@ struct HeapMemoryTraits {
     static Type Empty() noexcept { return nullptr; }
     static void Close(Type memory) noexcept { ::HeapFree(::GetProcessHeap(), 0, memory); }
 };
-/// Zeroed memory of the process heap, for buffers whose allocation failure is a status and not an exception.
+/// Memory of the process heap, for buffers whose allocation failure is a status and not an exception.
 using UniqueHeapMemory = UniqueResource<HeapMemoryTraits>;
 
-/// Empty when there is no memory.
+/// All zero; empty when there is no memory.
 inline UniqueHeapMemory AllocateHeapMemory(SIZE_T bytes) noexcept {
     return UniqueHeapMemory(::HeapAlloc(::GetProcessHeap(), HEAP_ZERO_MEMORY, bytes));
+}
+
+/// With whatever stands there, for who writes before reading; empty when there is no memory.
+inline UniqueHeapMemory AllocateUnclearedHeapMemory(SIZE_T bytes) noexcept {
+    return UniqueHeapMemory(::HeapAlloc(::GetProcessHeap(), 0, bytes));
 }
 
 }  // namespace velk
