@@ -8,7 +8,7 @@
 namespace velkbench {
 
 struct Options {
-    int turns = 15;
+    int turns = 5;
     unsigned largest = 4096;  ///< how many PCI functions the largest machine has
     std::string only;         ///< part of the names of the WMI classes to measure; all without
     bool Wants(const std::wstring& className) const {

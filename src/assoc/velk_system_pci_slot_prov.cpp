@@ -21,7 +21,9 @@ bool CVelkSystemPCISlotList::RebuildFrom(const CVelkPCIDeviceList&) {
     const std::optional<SystemSlots> slots = Smbios().ReadSlots();
     // No table is a failure here, not a machine without slots.
     if (!slots) return false;
-    // Their count is below 65,536, the table being of 64 KiB at most.
+    // Numbers up to the count and none above, as if they had no gaps: what clients know of a chassis is at
+    // most so many slots, each under its firmware's number. The count is below 65,536, the table being of 64
+    // KiB at most.
     for (std::uint32_t number = 1; number <= slots->pciCount; ++number) {
         if (FindSlotId(*slots, static_cast<std::uint16_t>(number)) == nullptr) continue;
         Append({.first = FullSlotPath(number), .second = chassis});

@@ -5,8 +5,8 @@
 
 namespace velk {
 
-/// The chassis with its PCI slots. Slot numbers are taken to run from 1 to the number of PCI slots without a
-/// gap: unlike the slots themselves, a slot whose number is above their count is not listed.
+/// The chassis with its PCI slots: the numbers from 1 to the count of PCI slots that a slot structure of any
+/// type has. Unlike among the slots themselves, one whose number is above the count is not listed.
 ///
 /// Refreshing it refreshes the PCI function list too, from which it takes nothing: of a server whose
 /// functions cannot be read it says nothing either.

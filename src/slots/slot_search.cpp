@@ -37,10 +37,12 @@ std::optional<std::vector<NumberedSlot>> FindSlots(const SystemSlots& slots) {
     // Each of the table's PCI slots is one of its structures: a round finds at least one, and 64 KiB of table
     // end the rounds long before the numbers do.
     while (found.size() < slots.pciCount) {
+        // What the same place of the round before found.
         NumberedSlot again = found[found.size() - ofRound];
         again.number += kRound;
         found.push_back(again);
     }
+    // Structures of other types were found, too, but are not counted: the last PCI slots fall off.
     found.resize(slots.pciCount);
     return found;
 }

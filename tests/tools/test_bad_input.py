@@ -89,6 +89,13 @@ class BadInput(unittest.TestCase):
         self.assertIn(f"{file}: $.devices[0].HardwareIDs: unknown member",
                       self.refuse("machine-to-reg", file, self.output))
 
+    def test_functions_that_have_no_place_of_their_own_are_named(self):
+        function = '{"at": "00:01.0", "id": "1:2", "class": "060400"%s}'
+        for functions, complaint in ((function % "" + "," + function % "", "two functions at 00:01.0"),
+                                     (function % ', "below": "00:02.0"', "00:01.0 is below 00:02.0, where no function is")):
+            file = self.write('{"about": "", "functions": [%s]}' % functions)
+            self.assertIn(complaint, self.refuse("compose-machine", file, "-o", self.output))
+
     def test_a_value_of_another_kind_is_named_with_its_place(self):
         for text, complaint in (
                 ('{"about": 5}', "$.about: string is expected"),

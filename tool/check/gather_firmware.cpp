@@ -42,7 +42,8 @@ Firmware OfThisComputer() {
     firmware.isReadable = table.Load();
     std::uint8_t probe = 0;
     firmware.way = velk::SmbiosTable::ReadPhysical(0xF0000, 1, &probe) ? "the health driver" : "WMI";
-    for (std::uint8_t i = 0; i < 255; ++i) {
+    // A table of 64 KiB has fewer structures than there are numbers.
+    for (std::uint16_t i = 0;; ++i) {
         std::uint8_t bytes[velk::kSystemSlotBytes]{};
         std::uint8_t length = sizeof bytes;
         std::vector<velk::CString> strings;

@@ -58,10 +58,10 @@ Verdict JudgeDescribed(const Firmware& firmware) {
         if (!isListed)
             (canBe ? modern : others).push_back("\"" + slot.designation + "\" (" + TypeCode(slot.type) + ")");
     }
-    if (!modern.empty())
-        return Failed(point, "left out, as of PCI Express 3 or later: " + Joined(modern),
-                      "set ModernSlotTypes to 1 (see the page on installation)");
     const std::string rest = others.empty() ? std::string() : "; no PCI slots: " + Joined(others);
+    if (!modern.empty())
+        return Failed(point, "left out, as of PCI Express 3 or later: " + Joined(modern) + rest,
+                      "set ModernSlotTypes to 1 (see the page on installation)");
     return Passed(point, Counted(listed, "slot") + " of PCI types" + rest);
 }
 

@@ -62,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(Machines, SampleMachine, testing::ValuesIn(SampleNames(
     return name;
 });
 
-TEST(SampleMachines, AreFound) { EXPECT_GE(SampleNames().size(), 7u); }
+TEST(SampleMachines, AreFound) { EXPECT_GE(SampleNames().size(), 8u); }
 
 TEST(SampleMachines, RackServerHasWhatItIsShownFor) {
     const Machine machine = velktest::LoadSampleMachine("two-socket-rack-server");
