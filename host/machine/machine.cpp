@@ -114,7 +114,7 @@ SuiteObject ReadObject(const JsonNode& node) {
     const auto properties = node.Find("properties");
     if (!nameSpace || !className || !properties) node.Fail("namespace, class and properties are expected");
     if (!properties->Value().is_object()) properties->Fail("an object is expected");
-    return {nameSpace->Text(), className->Text(), properties->Value()};
+    return {nameSpace->Text(), className->Text(), properties->Value().dump()};
 }
 
 /// A number is a REG_DWORD, a text a REG_SZ; the raw form is for what no administrator should have set.

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -60,7 +59,8 @@ struct SmbiosFirmware {
 struct SuiteObject {
     std::wstring nameSpace;  ///< as in root\VKQ
     std::wstring className;
-    nlohmann::json properties;  ///< an object: property name to value
+    /// A JSON object, property name to value. As text: most of what knows machines does not know JSON.
+    std::string properties;
 };
 
 /// Everything about a machine that the provider can see.

@@ -49,9 +49,10 @@ void DropInstances(Repository& repository, const SuiteObject& object) {
 }
 
 void AddObject(Repository& repository, const SuiteObject& object) {
+    const auto properties = nlohmann::json::parse(object.properties);
     // The health driver's class exists only where the driver is installed: the machine file brings it along.
     if (SameName(object.className, L"DataStoreStatus")) {
-        AddDataStoreStatus(repository, object.properties.value("DataAvailable", false));
+        AddDataStoreStatus(repository, properties.value("DataAvailable", false));
         return;
     }
     const std::string name = Utf8FromWide(object.className);
@@ -59,7 +60,7 @@ void AddObject(Repository& repository, const SuiteObject& object) {
     if (!definition)
         throw MachineError(name + ": the machine file has objects of this class, no MOF file defines it");
     std::vector<NamedValue> values;
-    for (const auto& [key, json] : object.properties.items()) {
+    for (const auto& [key, json] : properties.items()) {
         const PropertyDef* property = definition->Find(WideFromUtf8(key));
         if (property == nullptr) throw MachineError(name + "." + key + ": the class has no such property");
         const auto value = ValueFromJson(property->type, json);

@@ -140,7 +140,7 @@ Json MachineToJson(const Machine& machine) {
     for (const SuiteObject& object : machine.objects) {
         json["objects"].push_back({{"namespace", Utf8FromWide(object.nameSpace)},
                                    {"class", Utf8FromWide(object.className)},
-                                   {"properties", object.properties}});
+                                   {"properties", Json::parse(object.properties)}});
     }
     return json;
 }

@@ -4,6 +4,7 @@ import os
 import pathlib
 import shutil
 import subprocess
+import sys
 import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -26,9 +27,17 @@ def run_wine(folder: pathlib.Path, *arguments, environment=None, timeout=600) ->
             output.seek(0)
             errors.seek(0)
             done.stdout, done.stderr = output.read(), errors.read()
-        if NOT_STARTED not in done.stdout:
+        if not never_began(done):
             break
+        print(f"Wine did not run {arguments}: {done.returncode}, {done.stdout!r}", file=sys.stderr)
     return done
+
+
+def never_began(done: subprocess.CompletedProcess) -> bool:
+    """Whether Wine ended a program before it began. Seen twice in some ten thousand starts, by an exit code alone: a
+    program that fails says why, and one that does not is found out by the attempts that follow."""
+    is_silent = done.returncode == 1 and not done.stdout and not done.stderr
+    return is_silent or NOT_STARTED in done.stdout
 
 
 def end_wine(folder: pathlib.Path) -> None:

@@ -10,6 +10,7 @@
 #include "host/model/class_def.h"
 #include "host/utf8.h"
 #include "smbios/structure_table.h"
+#include "tool/basics/json.h"
 
 namespace velkpci {
 namespace {
@@ -165,7 +166,8 @@ void ReplaceInObject(velkhost::SuiteObject& object, const ComputerNames& names, 
         {&names.dnsFullyQualified, &made.dnsFullyQualified},
         {&names.dnsHostname, &made.dnsHostname},
         {&names.netbios, &made.netbios}};
-    for (auto& [name, value] : object.properties.items()) {
+    Json properties = Json::parse(object.properties);
+    for (auto& [name, value] : properties.items()) {
         if (!value.is_string()) continue;
         std::string text = value.get<std::string>();
         const std::wstring wide = velkhost::WideFromUtf8(text);
@@ -179,6 +181,7 @@ void ReplaceInObject(velkhost::SuiteObject& object, const ComputerNames& names, 
             value = text;
         }
     }
+    object.properties = properties.dump();
 }
 
 }  // namespace

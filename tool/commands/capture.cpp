@@ -19,14 +19,13 @@ using velkhost::Utf8FromWide;
 /// What a replay needs of an instance of the suite: paths are made of keys.
 velkhost::SuiteObject KeysOf(const Instance& instance, const std::wstring& nameSpace,
                              const wchar_t* className) {
-    velkhost::SuiteObject object{nameSpace, className, nlohmann::json::object()};
+    Json keys = Json::object();
     for (std::size_t i = 0; i < instance.values.size(); ++i) {
         const PropertyDef& property = instance.definition->properties[i];
         const auto* text = instance.values[i].As<std::wstring>();
-        if (property.isKey && text != nullptr)
-            object.properties[Utf8FromWide(property.name)] = Utf8FromWide(*text);
+        if (property.isKey && text != nullptr) keys[Utf8FromWide(property.name)] = Utf8FromWide(*text);
     }
-    return object;
+    return {nameSpace, className, keys.dump()};
 }
 
 class CaptureCommand final : public Command {

@@ -1,14 +1,12 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "host/machine/machine.h"
+#include "tool/basics/json.h"
 
 namespace velkpci {
-
-using Json = nlohmann::ordered_json;
 
 /// One thing of a machine that a comparison can tell of: a slot, a function, a card, a link.
 struct Item {

@@ -1,15 +1,13 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "tool/basics/json.h"
 #include "tool/inventory/inventory.h"
 #include "tool/view/findings.h"
 
 namespace velkpci {
-
-using Json = nlohmann::ordered_json;
 
 /// The version of all documents: raised when a member changes its meaning or goes away; new members alone do
 /// not raise it. docs/json.md and docs/schema/ describe them.

@@ -31,11 +31,11 @@ TEST(MachineJson, ValuesMustFitTheTypeOfTheProperty) {
     EXPECT_FALSE(ValueFromJson({Cim::kString, true}, "a"));
 }
 
-Machine WithObjects(const wchar_t* className, std::vector<nlohmann::json> objects) {
+Machine WithObjects(const wchar_t* className, const std::vector<nlohmann::json>& objects) {
     Machine machine;
     machine.names.netbios = L"BOX";
-    for (auto& properties : objects)
-        machine.objects.push_back({L"root\\VKQ", className, std::move(properties)});
+    for (const auto& properties : objects)
+        machine.objects.push_back({L"root\\VKQ", className, properties.dump()});
     return machine;
 }
 
@@ -83,9 +83,8 @@ class Velk_WinComputerSystem { [Key] string CreationClassName; [Key] string Name
     machine.names.dnsHostname.reset();
     EXPECT_THAT(paths(&machine), ElementsAre(named(L"BOX")));
     EXPECT_THAT(paths(nullptr), testing::SizeIs(1)) << "this machine has a name, too";
-    machine.objects.push_back({L"root\\VKQ",
-                               L"Velk_WinComputerSystem",
-                               {{"CreationClassName", "Velk_WinComputerSystem"}, {"Name", "other"}}});
+    machine.objects.push_back({L"root\\VKQ", L"Velk_WinComputerSystem",
+                               R"({"CreationClassName": "Velk_WinComputerSystem", "Name": "other"})"});
     EXPECT_THAT(paths(&machine), ElementsAre(named(L"other"))) << "the machine file says which";
 }
 

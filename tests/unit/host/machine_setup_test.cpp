@@ -24,7 +24,7 @@ TEST(MachineSetup, TheSuiteIsThereOnlyWhereTheMachineOrTheOptionsSaySo) {
     machine.suite = true;
     EXPECT_THAT(MofNames(&machine, false), ElementsAre(L"VelkWmiPci.mof", L"standalone.mof"));
     machine.suite = false;
-    machine.objects.push_back({L"root\\VKQ", L"velk_computersystemchassis", nlohmann::json::object()});
+    machine.objects.push_back({L"root\\VKQ", L"velk_computersystemchassis", "{}"});
     EXPECT_THAT(MofNames(&machine, false), ElementsAre(L"VelkWmiPci.mof", L"standalone.mof"));
     EXPECT_THAT(MofNames(nullptr, true), ElementsAre(L"VelkWmiPci.mof", L"standalone.mof"));
 }
