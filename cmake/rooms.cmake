@@ -26,9 +26,9 @@ function(velk_room name)
     target_precompile_headers(velk_${name} REUSE_FROM velk_precompiled)
 endfunction()
 
-# velk_test_suite(NAME [LINKS target...] [OF_WHAT_SHIPS]): NAME_tests.exe of all sources in the folder NAME, run by CTest as one
-# process: starting a process under Wine costs more than most suites take. OF_WHAT_SHIPS: it looks at the DLL from outside,
-# so that its program may come from VELK_TEST_PROGRAMS.
+# velk_test_suite(NAME [LINKS target...] [OF_WHAT_SHIPS]): NAME_tests.exe of all sources in the folder NAME, run by CTest as
+# one process: starting a process under Wine costs more than most suites take. OF_WHAT_SHIPS: it looks at the DLL from
+# outside, so that its program may come from VELK_TEST_PROGRAMS.
 function(velk_test_suite name)
     cmake_parse_arguments(arg "OF_WHAT_SHIPS" "" "LINKS" ${ARGN})
     if(NOT VELK_TEST_PROGRAMS)

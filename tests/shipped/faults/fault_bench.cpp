@@ -1,7 +1,5 @@
 #include "fault_bench.h"
 
-#include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 #include "fault_plan.h"

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "support/fake_driver.h"
 #include "support/temp_folder.h"
 #include "tool/check/gather.h"
 #include "tool/check/host_account.h"
@@ -198,6 +199,7 @@ TEST_F(CheckTest, ThereMustBeOneChassisAlone) {
 TEST_F(CheckTest, SlotsThatAreLeftOutByTheirTypeAreNamed) {
     facts_.firmware->slots = {{0xB6, 1, "RISER 1"}, {0xA5, 2, "PCIe 2"}, {0x17, 3, "M.2"}};
     ExpectFailure("slot types", "\"RISER 1\" (B6h)");
+    ExpectFailure("slot types", "no PCI slots: \"M.2\" (17h)");
     EXPECT_THAT(Of("slot types").mend, HasSubstr("ModernSlotTypes"));
     facts_.firmware->hasModernTypes = true;
     const Verdict verdict = Of("slot types");
@@ -280,6 +282,17 @@ TEST(GatherFirmware, SlotsOfAMachineFileHaveTypeIdAndName) {
     EXPECT_EQ(firmware.slots[0].designation, "R1");
     EXPECT_EQ(firmware.slots[1].type, 0x06);
     EXPECT_EQ(firmware.slots[1].designation, "");
+}
+
+TEST(GatherFirmware, AllSlotsOfThisComputersTableAreRead) {
+    FakeDriver driver;
+    std::vector<SmbiosBuilder::Slot> slots;
+    for (std::uint16_t id = 1; id <= 300; ++id) slots.push_back({.id = id});
+    driver.PutTable(TableOfSlots(slots));
+    const Firmware firmware = GatherFirmware({});
+    EXPECT_EQ(firmware.way, "the health driver");
+    ASSERT_EQ(firmware.slots.size(), 300u);
+    EXPECT_EQ(firmware.slots.back().id, 300);
 }
 
 TEST(GatherFirmware, TheSettingCountsAsTheProviderReadsIt) {
