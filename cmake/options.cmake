@@ -41,13 +41,15 @@ else()
     endforeach()
     add_link_options($<$<CONFIG:Release>:-Wl,--gc-sections> $<$<CONFIG:Release>:-s>)
     # Line numbers are what a stack needs; full debug information makes test programs of 50 MB that take longer to link
-    # than to run.
-    set(CMAKE_CXX_FLAGS_DEBUG "-g1")
-    # What is given away is linked as it always was; see the script for why the tests are not.
+    # than to run. LLVM's assembler does not understand how GCC writes DWARF 5.
+    set(CMAKE_CXX_FLAGS_DEBUG "-gdwarf-4 -g1")
+    # What is given away is made with GNU's programs alone; see the script for why the tests are not.
     find_program(VELK_LLD ld.lld)
     find_program(VELK_LLVM_AR llvm-ar)
-    if(CMAKE_BUILD_TYPE STREQUAL "Debug" AND VELK_LLD AND VELK_LLVM_AR)
-        set_property(GLOBAL PROPERTY RULE_LAUNCH_LINK "\"${PROJECT_SOURCE_DIR}/cmake/link-with-lld\"")
+    find_program(VELK_LLVM_MC llvm-mc)
+    if(CMAKE_BUILD_TYPE STREQUAL "Debug" AND VELK_LLD AND VELK_LLVM_AR AND VELK_LLVM_MC)
+        set_property(GLOBAL PROPERTY RULE_LAUNCH_COMPILE "\"${PROJECT_SOURCE_DIR}/cmake/with-llvm\"")
+        set_property(GLOBAL PROPERTY RULE_LAUNCH_LINK "\"${PROJECT_SOURCE_DIR}/cmake/with-llvm\"")
     endif()
     if(VELK_HARDENED)
         # MinGW has no sanitizer run-time; trapping needs none. The tests' own code goes without: it takes a third of
@@ -67,4 +69,6 @@ target_link_libraries(velk_windows_libs INTERFACE setupapi ole32 oleaut32 advapi
 if(CMAKE_CROSSCOMPILING)
     # Followed by the folder of a Wine prefix and a program: runs it there.
     set(VELK_WINE ${PROJECT_SOURCE_DIR}/tools/wine-run)
+    # Followed by a program that starts others under Wine, or asks Wine's server all the time.
+    set(VELK_ON_ONE_CORE ${PROJECT_SOURCE_DIR}/tools/on-one-core)
 endif()

@@ -26,11 +26,15 @@ function(velk_room name)
     target_precompile_headers(velk_${name} REUSE_FROM velk_precompiled)
 endfunction()
 
-# velk_test_suite(NAME [LINKS target...] [OF_WHAT_SHIPS]): NAME_tests.exe of all sources in the folder NAME, run by CTest as
-# one process: starting a process under Wine costs more than most suites take. OF_WHAT_SHIPS: it looks at the DLL from
-# outside, so that its program may come from VELK_TEST_PROGRAMS.
+# velk_test_suite(NAME [LINKS target...] [OF_WHAT_SHIPS] [ON_ONE_CORE]): NAME_tests.exe of all sources in the folder NAME, run
+# by CTest as one process: starting a process under Wine costs more than most suites take. OF_WHAT_SHIPS: it looks at the
+# DLL from outside, so that its program may come from VELK_TEST_PROGRAMS. ON_ONE_CORE: see velk_add_test.
 function(velk_test_suite name)
-    cmake_parse_arguments(arg "OF_WHAT_SHIPS" "" "LINKS" ${ARGN})
+    cmake_parse_arguments(arg "OF_WHAT_SHIPS;ON_ONE_CORE" "" "LINKS" ${ARGN})
+    set(one_core "")
+    if(arg_ON_ONE_CORE)
+        set(one_core ON_ONE_CORE)
+    endif()
     if(NOT VELK_TEST_PROGRAMS)
         file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
         add_executable(${name}_tests ${sources})
@@ -52,19 +56,19 @@ function(velk_test_suite name)
 
     if(arg_OF_WHAT_SHIPS)
         add_dependencies(${name}_tests VelkWmiPci)
-        velk_add_test(${name} ${name}_tests.exe)
+        velk_add_test(${name} ${one_core} ${name}_tests.exe)
         # They take long: begun first, and each in a prefix of its own.
         set_tests_properties(${name} PROPERTIES LABELS shipped COST 100)
     else()
-        velk_add_test(${name} ${name}_tests.exe SHARES_PREFIX)
+        velk_add_test(${name} ${one_core} ${name}_tests.exe SHARES_PREFIX)
     endif()
 endfunction()
 
-# velk_add_test(NAME [SHARES_PREFIX] PROGRAM [ARG...]): a program of the build folder as a test, under Wine in a prefix of
-# its own. What runs for seconds alone shares one, at one time: its registry, with the logs' configuration in it, and its
-# named locks.
+# velk_add_test(NAME [SHARES_PREFIX] [ON_ONE_CORE] PROGRAM [ARG...]): a program of the build folder as a test, under Wine in
+# a prefix of its own. What runs for seconds alone shares one, at one time: its registry, with the logs' configuration in
+# it, and its named locks. ON_ONE_CORE is faster, and for tests whose threads need not meet (tools/on-one-core).
 function(velk_add_test name)
-    cmake_parse_arguments(arg "SHARES_PREFIX" "" "" ${ARGN})
+    cmake_parse_arguments(arg "SHARES_PREFIX;ON_ONE_CORE" "" "" ${ARGN})
     set(prefix ${CMAKE_BINARY_DIR}/prefixes/${name})
     if(arg_SHARES_PREFIX)
         set(prefix ${CMAKE_BINARY_DIR})
@@ -73,6 +77,9 @@ function(velk_add_test name)
     set(wine "")
     if(CMAKE_CROSSCOMPILING)
         set(wine ${VELK_WINE} ${prefix})
+        if(arg_ON_ONE_CORE)
+            list(PREPEND wine ${VELK_ON_ONE_CORE})
+        endif()
     endif()
     list(POP_FRONT arg_UNPARSED_ARGUMENTS program)
     get_filename_component(target ${program} NAME_WE)
@@ -80,6 +87,9 @@ function(velk_add_test name)
     add_test(NAME ${name} COMMAND ${wine} ${CMAKE_BINARY_DIR}/${program} ${arg_UNPARSED_ARGUMENTS}
              WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
     set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+    if(arg_ON_ONE_CORE)
+        set_tests_properties(${name} PROPERTIES RESOURCE_GROUPS cores:1)
+    endif()
     if(arg_SHARES_PREFIX)
         set_tests_properties(${name} PROPERTIES RESOURCE_LOCK prefix)
     endif()

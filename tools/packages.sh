@@ -11,7 +11,7 @@
         wine64|/usr/lib/wine/wine64|wine:wine64'
     needs_to_package='wixl:wixl msibuild:msitools
         /usr/lib/python3/dist-packages/markdown/__init__.py:python3-markdown'
-    needs_to_test='/usr/src/googletest/CMakeLists.txt:googletest ld.lld:lld llvm-ar:llvm dmidecode:dmidecode lspci:pciutils
+    needs_to_test='/usr/src/googletest/CMakeLists.txt:googletest ld.lld:lld llvm-mc:llvm dmidecode:dmidecode lspci:pciutils
         /usr/lib/python3/dist-packages/jsonschema/__init__.py:python3-jsonschema
         chromium|chromium-browser|google-chrome|google-chrome-stable:chromium'
     needs_to_fuzz='cmake:cmake ninja:ninja-build python3:python3 clang++:clang'

@@ -75,12 +75,15 @@ def end_wine():
     wine_process.end_wine(WORK)
 
 
-def registry() -> dict:
-    """All keys of the software of machine and user, in lower case, with their values as regedit writes them."""
+def registry(*roots) -> dict:
+    """All keys below these, in lower case, with their values as regedit writes them; none below one that is not there.
+    Without roots, the software of machine and user."""
     keys = {}
-    for root in ("HKLM", "HKCU"):
-        target = WORK / f"{root}.reg"
-        wine("reg", "export", f"{root}\\Software", f"Z:{target}", "/y")
+    for root in roots or (r"HKLM\Software", r"HKCU\Software"):
+        target = WORK / "exported.reg"
+        exported = wine("reg", "export", root, f"Z:{target}", "/y", check=False)
+        if b"Unable to find the specified registry key" in exported.stdout + exported.stderr:
+            continue
         values = None
         for line in target.read_text(encoding="utf-16").splitlines():
             if line.startswith("["):
@@ -190,7 +193,7 @@ class PackageCase(unittest.TestCase):
 
     def settings(self):
         """The values of the settings' key; None without it."""
-        return registry().get(SETTINGS.lower())
+        return registry(SETTINGS).get(SETTINGS.lower())
 
     def install(self, package, *properties, check=True) -> int:
         return wine("msiexec", "/i", package, *properties, "/qn", check=check).returncode
@@ -222,7 +225,7 @@ class PackageCase(unittest.TestCase):
         self.assertEqual({key: now.get(key) for key in changed if not made_by_wine(key, now.get(key))}, {})
 
     def assertRegistered(self, path=DLL_PATH):
-        keys = registry()
+        keys = registry(*(f"{CLASSES}\\{key}" for key in ("CLSID", "AppID", "TypeLib")))
 
         def values(key):
             return keys.get(f"{CLASSES}\\{key}".lower())
@@ -237,7 +240,7 @@ class PackageCase(unittest.TestCase):
         self.assertEqual(values(f"TypeLib\\{TYPE_LIBRARY}\\1.0\\0\\win64"), [f'@="{path}"'])
 
     def assertOneProduct(self, version, folder=FOLDER):
-        keys = registry()
+        keys = registry(PRODUCTS)
         products = [values for key, values in keys.items()
                     if key.startswith(PRODUCTS.lower() + "\\") and '"Publisher"="Velkor"' in values]
         self.assertEqual(len(products), 1)
@@ -245,7 +248,7 @@ class PackageCase(unittest.TestCase):
         self.assertIn(f'"InstallLocation"="{folder}\\"', products[0])
 
     def assertNoProduct(self):
-        self.assertFalse([key for key, values in registry().items() if '"Publisher"="Velkor"' in values])
+        self.assertFalse([key for key, values in registry(PRODUCTS).items() if '"Publisher"="Velkor"' in values])
 
     def version(self):
         return dict(table(self.package, "Property"))["ProductVersion"]
