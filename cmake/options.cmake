@@ -1,7 +1,8 @@
 # Compile and link options of every target of ours, as the interface targets velk_options (all code), velk_trapping (what
-# is tested) and velk_windows_libs (the system import libraries).
+# is tested), velk_checked (what is no part of the DLL) and velk_windows_libs (the system import libraries).
 add_library(velk_options INTERFACE)
 add_library(velk_trapping INTERFACE)
+add_library(velk_checked INTERFACE)
 target_include_directories(velk_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_definitions(velk_options INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
 
@@ -51,6 +52,8 @@ else()
         set_property(GLOBAL PROPERTY RULE_LAUNCH_COMPILE "\"${PROJECT_SOURCE_DIR}/cmake/with-llvm\"")
         set_property(GLOBAL PROPERTY RULE_LAUNCH_LINK "\"${PROJECT_SOURCE_DIR}/cmake/with-llvm\"")
     endif()
+    # Host and program have time for it, and read what anybody wrote.
+    target_compile_definitions(velk_checked INTERFACE _GLIBCXX_ASSERTIONS)
     if(VELK_HARDENED)
         # MinGW has no sanitizer run-time; trapping needs none. The tests' own code goes without: it takes a third of
         # the time that they need to compile.

@@ -1,16 +1,25 @@
 # What nearly every file includes, compiled once: the platform's headers alone cost more than most files do. One header
-# for all libraries; the test programs have their own, with GoogleTest in it. No file relies on it: each includes what
-# it uses.
-file(WRITE ${CMAKE_BINARY_DIR}/precompiled.cpp "")
-add_library(velk_precompiled OBJECT ${CMAKE_BINARY_DIR}/precompiled.cpp)
-target_link_libraries(velk_precompiled PRIVATE velk_options velk_trapping)
+# for all libraries, and one for what is checked; the test programs have their own, with GoogleTest in it. No file relies
+# on it: each includes what it uses.
 set(velk_precompiled_headers <functional> <map> <memory> <optional> <string> <variant> <vector> <common/platform.h>)
-target_precompile_headers(velk_precompiled PRIVATE ${velk_precompiled_headers})
+file(WRITE ${CMAKE_BINARY_DIR}/precompiled.cpp "")
+foreach(name velk_precompiled velk_precompiled_checked)
+    add_library(${name} OBJECT EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/precompiled.cpp)
+    target_link_libraries(${name} PRIVATE velk_options velk_trapping)
+    target_precompile_headers(${name} PRIVATE ${velk_precompiled_headers})
+endforeach()
+target_link_libraries(velk_precompiled_checked PRIVATE velk_checked)
 
-# velk_room(NAME [LINKS target...] [EXCEPT regex]): the static library velk_NAME of all sources of the current folder,
-# but for those whose path matches.
+# velk_room(NAME [LINKS target...] [EXCEPT regex] [INCLUDES folder...] [DEFINES definition...] [SOURCES file...] [CHECKED]):
+# the static library velk_NAME of all sources of the current folder, but for those whose path matches, and of others that
+# are made. CHECKED: the library asserts its preconditions in what ships, too; it is taken from the folder VELK_SHIPPED
+# where one is given.
 function(velk_room name)
-    cmake_parse_arguments(arg "" "EXCEPT" "LINKS" ${ARGN})
+    cmake_parse_arguments(arg "CHECKED" "EXCEPT" "LINKS;INCLUDES;DEFINES;SOURCES" ${ARGN})
+    if(arg_CHECKED AND VELK_SHIPPED)
+        velk_shipped_room(${name} "${arg_LINKS}" "${arg_INCLUDES}")
+        return()
+    endif()
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
     list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
     if(arg_EXCEPT)
@@ -21,9 +30,32 @@ function(velk_room name)
         target_link_libraries(velk_${name} INTERFACE velk_options velk_windows_libs ${arg_LINKS})
         return()
     endif()
-    add_library(velk_${name} STATIC ${sources})
+    add_library(velk_${name} STATIC ${sources} ${arg_SOURCES})
+    target_include_directories(velk_${name} PUBLIC ${arg_INCLUDES})
+    target_compile_definitions(velk_${name} PRIVATE ${arg_DEFINES})
     target_link_libraries(velk_${name} PUBLIC velk_options velk_windows_libs ${arg_LINKS} PRIVATE velk_trapping)
-    target_precompile_headers(velk_${name} REUSE_FROM velk_precompiled)
+    if(arg_CHECKED)
+        target_link_libraries(velk_${name} PRIVATE velk_checked)
+        target_precompile_headers(velk_${name} REUSE_FROM velk_precompiled_checked)
+    else()
+        target_precompile_headers(velk_${name} REUSE_FROM velk_precompiled)
+    endif()
+endfunction()
+
+# The library of that room in the folder VELK_SHIPPED, which is built when it is not up to date.
+function(velk_shipped_room name links includes)
+    file(RELATIVE_PATH room ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+    set(library ${VELK_SHIPPED}/${room}/libvelk_${name}.a)
+    add_custom_target(
+        velk_shipped_${name}
+        COMMAND ${CMAKE_COMMAND} --build ${VELK_SHIPPED} --target velk_${name}
+        BYPRODUCTS ${library}
+        VERBATIM)
+    add_library(velk_${name} STATIC IMPORTED GLOBAL)
+    set_target_properties(velk_${name} PROPERTIES IMPORTED_LOCATION ${library})
+    target_include_directories(velk_${name} INTERFACE ${includes})
+    target_link_libraries(velk_${name} INTERFACE velk_options velk_windows_libs ${links})
+    add_dependencies(velk_${name} velk_shipped_${name})
 endfunction()
 
 # velk_test_suite(NAME [LINKS target...] [OF_WHAT_SHIPS] [ON_ONE_CORE]): NAME_tests.exe of all sources in the folder NAME, run

@@ -49,7 +49,8 @@ build() {
     log=$folder/build.log
     # By a file: the status of a pipe is that of its last command.
     rm -f "$folder/build.done"
-    { ! ninja -C "$folder" "$@" 2>&1 || : >"$folder/build.done"; } | tee "$log" | show_progress "$what"
+    # As many at a time as there are cores: one more each only takes the cache from the others.
+    { ! ninja -C "$folder" -j"$(nproc)" "$@" 2>&1 || : >"$folder/build.done"; } | tee "$log" | show_progress "$what"
     [ ! -e "$folder/build.done" ] || return 0
     if grep -q '^FAILED' "$log"; then sed -n '/^FAILED/,$p' "$log" >&2; else cat "$log" >&2; fi
     printf 'Building failed; all that was said is in %s.\n' "$log" >&2
