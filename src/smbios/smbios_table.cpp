@@ -15,7 +15,9 @@ CString Widen(std::string_view text) {
     const int length = static_cast<int>(text.size());
     const int size = ::MultiByteToWideChar(CP_THREAD_ACP, 0, text.data(), length, nullptr, 0);
     CString wide(static_cast<std::size_t>(size), L'\0');
-    ::MultiByteToWideChar(CP_THREAD_ACP, 0, text.data(), length, wide.data(), size);
+    const int written = ::MultiByteToWideChar(CP_THREAD_ACP, 0, text.data(), length, wide.data(), size);
+    // 0 for a text that cannot be converted: it keeps its place among the strings, as an empty one.
+    wide.resize(static_cast<std::size_t>(written));
     return wide;
 }
 

@@ -1,5 +1,6 @@
 // What the SMBIOS table holds: its lock, what is done under it, and the memory of its copy.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -61,6 +62,22 @@ TEST_F(SmbiosTableHoldings, AStructureIsFoundAndConvertedUnderTheLock) {
     EXPECT_TRUE(locked.FindStructure(9, 0, nullptr, length, strings));
     EXPECT_FALSE(g_freeWhileConverting);
     EXPECT_TRUE(LockIsFree()) << "given back";
+}
+
+int WINAPI MeasureAlone(UINT codePage, DWORD flags, LPCCH text, int length, LPWSTR wide, int size) {
+    return size == 0 ? g_convert(codePage, flags, text, length, wide, size) : 0;
+}
+
+TEST_F(SmbiosTableHoldings, AStringThatCannotBeConvertedIsEmpty) {
+    velktest::ServeSmbios(wmi, SmbiosBuilder().Add(9, {}, {"text"}).Table());
+    table.Load();
+
+    const StandIn<decltype(&MeasureAlone)> refuse("MultiByteToWideChar", &MeasureAlone);
+    g_convert = refuse.Original<decltype(g_convert)>();
+    std::uint8_t length = 0;
+    std::vector<CString> strings;
+    EXPECT_TRUE(table.FindStructure(9, 0, nullptr, length, strings));
+    EXPECT_THAT(strings, testing::ElementsAre(L"", L""));
 }
 
 TEST_F(SmbiosTableHoldings, MayBeReadWhileAnotherThreadLoads) {
