@@ -7,7 +7,7 @@
 #include "bench/platform_calls.h"
 #include "common/com_ptr.h"
 #include "common/handle.h"
-#include "support/hosted_dll.h"
+#include "support/hosted/hosted_dll.h"
 #include "support/registry_fixture.h"
 
 namespace velkbench {

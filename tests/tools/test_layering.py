@@ -21,6 +21,8 @@ TOOL = ["basics", "source", "inventory", "check", "view", "capture", "compare", 
 # What else they use: rooms of the product, and of the module the CLSIDs, which are the DLL's contract.
 HOST_BESIDES = {"common"}
 TOOL_BESIDES = {"host", "common", "smbios", "module/identifiers.h"}
+# What the tests' stand-ins are put in place with.
+SUPPORT_BESIDES = {"host/import_redirect.h"}
 INCLUDE = re.compile(r'^#include "([^"]+)"', re.MULTILINE)
 
 
@@ -62,6 +64,13 @@ class Layering(unittest.TestCase):
     def test_folders_of_the_program_use_only_those_before_them(self):
         self.assertEqual({each.name for each in (ROOT / "tool").iterdir() if each.is_dir()}, set(TOOL))
         self.assert_one_way("tool", TOOL, TOOL_BESIDES)
+
+    def test_what_tests_share_knows_the_host_in_one_folder_alone(self):
+        shared = [(file, path) for file, path in includes(ROOT / "tests" / "support") if "hosted" not in file.parts]
+        self.assertGreater(len(shared), 20)
+        for file, path in shared:
+            with self.subTest(file=str(file), includes=path):
+                self.assertFalse(path.startswith(("host/", "support/hosted/")) and path not in SUPPORT_BESIDES)
 
     def test_the_page_names_the_folders_in_their_order(self):
         page = (ROOT / "docs" / "architecture.md").read_text(encoding="utf-8")

@@ -5,9 +5,9 @@
 #include <optional>
 
 #include "common/wbem_status.h"
-#include "support/hosted_dll.h"
-#include "support/project_folder.h"
-#include "support/provider_bench.h"
+#include "support/hosted/hosted_dll.h"
+#include "support/hosted/project_folder.h"
+#include "support/hosted/provider_bench.h"
 #include "support/registry_fixture.h"
 #include "support/temp_folder.h"
 

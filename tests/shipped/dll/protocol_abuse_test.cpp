@@ -7,9 +7,9 @@
 
 #include "common/bstr.h"
 #include "common/handle.h"
-#include "support/hosted_dll.h"
-#include "support/project_folder.h"
-#include "support/provider_bench.h"
+#include "support/hosted/hosted_dll.h"
+#include "support/hosted/project_folder.h"
+#include "support/hosted/provider_bench.h"
 #include "support/recording_sink.h"
 #include "support/registry_fixture.h"
 #include "support/temp_folder.h"

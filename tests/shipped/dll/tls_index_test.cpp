@@ -4,9 +4,9 @@
 #include <gtest/gtest.h>
 
 #include "host/import_redirect.h"
-#include "support/hosted_dll.h"
-#include "support/project_folder.h"
-#include "support/provider_bench.h"
+#include "support/hosted/hosted_dll.h"
+#include "support/hosted/project_folder.h"
+#include "support/hosted/provider_bench.h"
 #include "support/registry_fixture.h"
 #include "support/temp_folder.h"
 

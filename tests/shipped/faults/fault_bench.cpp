@@ -6,7 +6,7 @@
 #include "host/path/path_parser.h"
 #include "ledger.h"
 #include "module/identifiers.h"
-#include "support/machine_builder.h"
+#include "support/hosted/machine_builder.h"
 #include "support/smbios_builder.h"
 
 namespace velktest {

@@ -13,7 +13,7 @@
 #include "import_faults.h"
 #include "support/fake_driver.h"
 #include "support/fake_wbem.h"
-#include "support/provider_bench.h"
+#include "support/hosted/provider_bench.h"
 #include "support/recording_sink.h"
 #include "support/registry_fixture.h"
 #include "support/temp_folder.h"

@@ -47,7 +47,7 @@ LONG WINAPI SayWhere(EXCEPTION_POINTERS* crash) {
 void FaultSweep::Run(const std::string& name, std::size_t stride, const Scenario& scenario) {
     ::SetUnhandledExceptionFilter(&SayWhere);
     const auto start = std::chrono::steady_clock::now();
-    const std::size_t step = IsLongRun() ? 1 : stride;
+    const std::size_t step = IsLongRun() ? 1 : stride * CaseStride();
     Totals own;
     std::size_t calls = 0;
     int complaints = 0;

@@ -16,7 +16,7 @@ class FaultSweep {
     using Scenario = std::function<std::string(std::size_t failing, FaultMode mode)>;
 
     /// `name` is for people. With a stride above 1 only every so many calls are failed, each time starting
-    /// with the first; a run of VELK_LONG fails every call whatever the stride.
+    /// with the first; a run of VELK_LONG fails every call whatever the stride, a repetition fewer.
     static void Run(const std::string& name, std::size_t stride, const Scenario& scenario);
 };
 

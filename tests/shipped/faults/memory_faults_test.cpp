@@ -10,10 +10,10 @@
 #include <thread>
 
 #include "memory_limit.h"
-#include "support/hosted_dll.h"
+#include "support/hosted/hosted_dll.h"
+#include "support/hosted/project_folder.h"
+#include "support/hosted/provider_bench.h"
 #include "support/long_run.h"
-#include "support/project_folder.h"
-#include "support/provider_bench.h"
 #include "support/registry_fixture.h"
 #include "support/temp_folder.h"
 
@@ -39,7 +39,8 @@ class MemoryFaults : public testing::TestWithParam<const wchar_t*> {
     void Sweep(Request request) {
         Refusals total;
         int runs = 0;
-        for (std::size_t bytes = 0;; bytes += velktest::IsLongRun() ? 16 : 16 + bytes / 8) {
+        const std::size_t growth = velktest::CaseStride();
+        for (std::size_t bytes = 0;; bytes += velktest::IsLongRun() ? 16 : 16 + growth * bytes / 8) {
             const Refusals refusals = RunOnce(request, bytes);
             total.all += refusals.all;
             total.byMalloc += refusals.byMalloc;

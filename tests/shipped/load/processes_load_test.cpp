@@ -11,10 +11,10 @@
 #include <thread>
 
 #include "support/child_process.h"
-#include "support/hosted_dll.h"
+#include "support/hosted/hosted_dll.h"
+#include "support/hosted/project_folder.h"
+#include "support/hosted/provider_bench.h"
 #include "support/long_run.h"
-#include "support/project_folder.h"
-#include "support/provider_bench.h"
 #include "support/registry_fixture.h"
 #include "support/temp_folder.h"
 

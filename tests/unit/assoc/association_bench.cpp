@@ -3,7 +3,7 @@
 #include "pci/velk_pci_bridge_list.h"
 #include "pci/velk_pci_device_list.h"
 #include "smbios/smbios_table.h"
-#include "support/machine_builder.h"
+#include "support/hosted/machine_builder.h"
 
 namespace velktest {
 

@@ -221,7 +221,8 @@ TEST_F(CLegacyLogTest, FullFileKeepsWhatFollowsTheFirstLineBreakOfItsSecondHalf)
 
 TEST_F(CLegacyLogTest, CutLooksAtTheLast100000BytesOfALargerFile) {
     log_.Open(file_, 1, 7);
-    WriteBytes(file_, std::string(500000, 'a') + "\r\n" + FullFile("x\r\nlast").substr(100000));
+    // The byte before those would end a line.
+    WriteBytes(file_, std::string(500000, 'a') + "\r" + FullFile("x\r\nlast").substr(100000));
     log_.ErrorLevel1(L"e");
     EXPECT_TRUE(Written() == "last" + std::string(99993, 'b') + Line("[Error] - e"));
 }

@@ -14,7 +14,7 @@
 #include "framework/instance_list.h"
 #include "framework/instance_provider.h"
 #include "framework/property_table.h"
-#include "support/provider_bench.h"
+#include "support/hosted/provider_bench.h"
 #include "support/recording_sink.h"
 #include "support/stand_ins.h"
 

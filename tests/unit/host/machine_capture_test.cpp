@@ -4,7 +4,7 @@
 
 #include "host/machine/machine_replay.h"
 #include "host/machine/machine_writer.h"
-#include "support/project_folder.h"
+#include "support/hosted/project_folder.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include "common/handle.h"
 #include "host/machine/machine_replay.h"
-#include "support/project_folder.h"
+#include "support/hosted/project_folder.h"
 
 namespace {
 

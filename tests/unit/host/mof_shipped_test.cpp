@@ -11,7 +11,7 @@
 #include "host/model/repository.h"
 #include "host/mof/parser.h"
 #include "module/identifiers.h"
-#include "support/project_folder.h"
+#include "support/hosted/project_folder.h"
 
 namespace velkhost {
 namespace {

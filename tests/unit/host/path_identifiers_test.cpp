@@ -7,7 +7,7 @@
 #include "common/handle.h"
 #include "common/platform.h"
 #include "common/text.h"
-#include "support/provider_bench.h"
+#include "support/hosted/provider_bench.h"
 
 namespace {
 

@@ -25,8 +25,8 @@
 #include "slots/velk_pci_slot_prov.h"
 #include "smbios/smbios_table.h"
 #include "support/fake_wbem.h"
-#include "support/project_folder.h"
-#include "support/provider_bench.h"
+#include "support/hosted/project_folder.h"
+#include "support/hosted/provider_bench.h"
 
 namespace {
 

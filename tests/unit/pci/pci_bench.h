@@ -6,8 +6,8 @@
 #include "host/machine/machine_replay.h"
 #include "pci/velk_pci_bridge_list.h"
 #include "pci/velk_pci_device_list.h"
-#include "support/machine_builder.h"
-#include "support/provider_bench.h"
+#include "support/hosted/machine_builder.h"
+#include "support/hosted/provider_bench.h"
 
 namespace velktest {
 

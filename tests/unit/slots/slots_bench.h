@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "host/machine/machine_replay.h"
-#include "support/provider_bench.h"
+#include "support/hosted/provider_bench.h"
 #include "support/smbios_builder.h"
 #include "support/variant_readers.h"
 

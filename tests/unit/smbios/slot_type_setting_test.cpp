@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "smbios/smbios_table.h"
-#include "support/provider_bench.h"
+#include "support/hosted/provider_bench.h"
 #include "support/registry_fixture.h"
 #include "support/smbios_builder.h"
 #include "support/stand_ins.h"

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "smbios/smbios_table.h"
-#include "support/provider_bench.h"
+#include "support/hosted/provider_bench.h"
 #include "support/smbios_builder.h"
 #include "support/usage.h"
 

@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 
 #include "support/fake_driver.h"
+#include "support/hosted/provider_bench.h"
 #include "support/made_entry_point.h"
-#include "support/provider_bench.h"
 
 namespace velk {
 namespace {

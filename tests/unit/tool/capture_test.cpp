@@ -3,7 +3,7 @@
 #include "host/machine/machine.h"
 #include "host/utf8.h"
 #include "recording_console.h"
-#include "support/project_folder.h"
+#include "support/hosted/project_folder.h"
 #include "support/stand_ins.h"
 #include "support/temp_folder.h"
 #include "tool/app/program.h"

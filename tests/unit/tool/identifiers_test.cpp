@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/machine/machine_writer.h"
-#include "support/project_folder.h"
+#include "support/hosted/project_folder.h"
 #include "tool/basics/files.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "common/handle.h"
-#include "support/project_folder.h"
+#include "support/hosted/project_folder.h"
 #include "support/temp_folder.h"
 #include "tool/check/host_account.h"
 #include "tool/inventory/status_names.h"

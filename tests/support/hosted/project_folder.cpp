@@ -1,4 +1,4 @@
-#include "support/project_folder.h"
+#include "support/hosted/project_folder.h"
 
 #include <string_view>
 
@@ -9,7 +9,7 @@ std::filesystem::path ProjectFolder() {
     // In UTF-8, as that system does; a narrow text would be taken for one of the code page.
     constexpr std::string_view kThisFile = __FILE__;
     return std::filesystem::path(std::u8string(kThisFile.begin(), kThisFile.end())).parent_path() / ".." /
-           "..";
+           ".." / "..";
 }
 
 velkhost::Machine LoadSampleMachine(const std::string& name) {

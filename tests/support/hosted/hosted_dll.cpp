@@ -1,4 +1,4 @@
-#include "support/hosted_dll.h"
+#include "support/hosted/hosted_dll.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include "common/variant.h"
 #include "host/machine/machine_repository.h"
 #include "support/child_process.h"
-#include "support/project_folder.h"
+#include "support/hosted/project_folder.h"
 #include "support/recording_sink.h"
 #include "support/waiting.h"
 

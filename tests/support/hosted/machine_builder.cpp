@@ -1,4 +1,4 @@
-#include "support/machine_builder.h"
+#include "support/hosted/machine_builder.h"
 
 namespace velktest {
 

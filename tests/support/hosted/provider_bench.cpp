@@ -1,4 +1,4 @@
-#include "support/provider_bench.h"
+#include "support/hosted/provider_bench.h"
 
 namespace velktest {
 
