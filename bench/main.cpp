@@ -6,8 +6,10 @@
 #include <vector>
 
 #include "bench/benchmarks.h"
+#include "support/crash.h"
 
 int main(int argc, char** argv) {
+    velktest::EndAtCrashes();
     CLI::App app("Measures the provider beside this program: each class against what the platform costs.");
     velkbench::Options options;
     std::string json;

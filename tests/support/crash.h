@@ -12,4 +12,10 @@ inline constexpr UINT kCrashed = 98;
 /// well.
 LONG WINAPI EndAsCrashed(EXCEPTION_POINTERS* crash);
 
+/// What a test program exits with that came to the end of a stack. It says no more: there is no room.
+inline constexpr UINT kOutOfStack = 97;
+
+/// From here on a crash ends the process with one of these codes, never with a dialog that nobody sees.
+void EndAtCrashes();
+
 }  // namespace velktest

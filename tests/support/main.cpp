@@ -37,9 +37,7 @@ int CompletedTests() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    // A crash must end the test run with a failing code, never with a dialog that nobody sees.
-    ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
-    ::SetUnhandledExceptionFilter(&velktest::EndAsCrashed);
+    velktest::EndAtCrashes();
     const bool isChild = argc > 1 && std::string_view(argv[1]) == velktest::kChildArgument;
     ::testing::InitGoogleMock(&argc, argv);
     const auto module = StandInForTheModule();

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <thread>
 
 #include "support/child_process.h"
@@ -22,6 +24,26 @@ TEST(CrashedProgram, EndsAsCrashedWhicheverThreadItWas) {
               velktest::kCrashed);
     EXPECT_EQ(velktest::ChildProcess(L"CrashedProgram.DISABLED_CrashesOnAnotherThread").Wait(),
               velktest::kCrashed);
+}
+
+/// Deeper than any stack; each frame is touched.
+std::size_t Descend(std::size_t frames) {
+    volatile std::byte frame[1024] = {};
+    if (frames == 0) return 0;
+    return Descend(frames - 1) + static_cast<std::size_t>(frame[frames % sizeof frame]);
+}
+
+TEST(CrashedProgram, DISABLED_RunsOutOfStackOnItsFirstThread) { Descend(SIZE_MAX); }
+
+TEST(CrashedProgram, DISABLED_RunsOutOfStackOnAnotherThread) {
+    std::thread([] { Descend(SIZE_MAX); }).join();
+}
+
+TEST(CrashedProgram, EndsAsOutOfStackWhicheverThreadItWas) {
+    EXPECT_EQ(velktest::ChildProcess(L"CrashedProgram.DISABLED_RunsOutOfStackOnItsFirstThread").Wait(),
+              velktest::kOutOfStack);
+    EXPECT_EQ(velktest::ChildProcess(L"CrashedProgram.DISABLED_RunsOutOfStackOnAnotherThread").Wait(),
+              velktest::kOutOfStack);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "common/bstr.h"
 #include "common/com_ptr.h"
+#include "host/method_redirect.h"
 #include "module/identifiers.h"
 #include "module/registrar.h"
 #include "module/server_registration_fixture.h"
@@ -74,6 +75,38 @@ TEST_F(ServerRegistrationTest, TypeLibraryThatCannotBeAskedForFailsTheUnregistra
         const StandIn none("QueryPathOfRegTypeLib", &AnswerTheQuery);
         EXPECT_EQ(Unregister(), S_OK) << "what is not registered is no failure";
     }
+}
+
+// Places in ITypeLib.
+constexpr std::size_t kGetLibAttr = 7;
+constexpr std::size_t kReleaseTLibAttr = 12;
+
+int g_attributesHeld = 0;
+int g_attributesTaken = 0;
+HRESULT(WINAPI* g_getLibAttr)(ITypeLib*, TLIBATTR**) = nullptr;
+void(WINAPI* g_releaseTLibAttr)(ITypeLib*, TLIBATTR*) = nullptr;
+HRESULT WINAPI CountTaken(ITypeLib* library, TLIBATTR** attributes) {
+    ++g_attributesTaken;
+    ++g_attributesHeld;
+    return g_getLibAttr(library, attributes);
+}
+void WINAPI CountGivenBack(ITypeLib* library, TLIBATTR* attributes) {
+    --g_attributesHeld;
+    g_releaseTLibAttr(library, attributes);
+}
+
+TEST_F(ServerRegistrationTest, UnregistrationGivesTheTypeLibrarysAttributesBack) {
+    ASSERT_EQ(Register(), S_OK);
+    ComPtr<ITypeLib> library;
+    ASSERT_EQ(::LoadTypeLibEx(ProgramPath().c_str(), REGKIND_NONE, library.Put()), S_OK);
+    const velkhost::MethodRedirect get(library.Get(), kGetLibAttr, reinterpret_cast<void*>(&CountTaken));
+    const velkhost::MethodRedirect release(library.Get(), kReleaseTLibAttr,
+                                           reinterpret_cast<void*>(&CountGivenBack));
+    g_getLibAttr = reinterpret_cast<decltype(g_getLibAttr)>(get.Original());
+    g_releaseTLibAttr = reinterpret_cast<decltype(g_releaseTLibAttr)>(release.Original());
+    ASSERT_EQ(Unregister(), S_OK);
+    EXPECT_GT(g_attributesTaken, 0);
+    EXPECT_EQ(g_attributesHeld, 0);
 }
 
 // What the one case of success rests on.
