@@ -9,11 +9,6 @@ namespace velk {
 
 namespace {
 
-// SMBIOS 7.10: offsets into the formatted area.
-constexpr std::size_t kSlotTypeOffset = 0x05;
-constexpr std::size_t kDataBusWidthOffset = 0x06;
-constexpr std::size_t kSlotIdOffset = 0x09;
-constexpr std::size_t kCharacteristics2Offset = 0x0C;
 constexpr std::uint8_t kHotPlugSupported = 0x02;
 
 /// Slot types, both ends included (SMBIOS 7.10.1).

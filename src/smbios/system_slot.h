@@ -35,6 +35,11 @@ struct SystemSlots {
 };
 
 inline constexpr std::uint8_t kSystemSlotStructure = 9;
+// Offsets into its formatted area (SMBIOS 7.10).
+inline constexpr std::size_t kSlotTypeOffset = 0x05;
+inline constexpr std::size_t kDataBusWidthOffset = 0x06;
+inline constexpr std::size_t kSlotIdOffset = 0x09;
+inline constexpr std::size_t kCharacteristics2Offset = 0x0C;
 /// Bytes of the formatted area that are looked at: the length of the structure in SMBIOS 2.6 to 3.1.
 inline constexpr std::size_t kSystemSlotBytes = 17;
 

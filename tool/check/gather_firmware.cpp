@@ -26,8 +26,8 @@ Firmware OfMachine(const velkhost::Machine& machine) {
     velk::StructureWalk walk(machine.smbios->table);
     while (const auto structure = walk.Next()) {
         if (structure->type != velk::kSystemSlotStructure) continue;
-        firmware.slots.push_back({velk::ReadUInt8(structure->formatted, kSlotType),
-                                  velk::ReadUInt16(structure->formatted, kSlotId),
+        firmware.slots.push_back({velk::ReadUInt8(structure->formatted, velk::kSlotTypeOffset),
+                                  velk::ReadUInt16(structure->formatted, velk::kSlotIdOffset),
                                   DesignationOf(*structure)});
     }
     return firmware;
@@ -49,10 +49,11 @@ Firmware OfThisComputer() {
         std::vector<velk::CString> strings;
         if (!table.FindStructure(velk::kSystemSlotStructure, i, bytes, length, strings)) break;
         const std::span<const std::uint8_t> formatted(bytes, length);
-        const std::size_t number = velk::ReadUInt8(formatted, kSlotDesignation);
+        const std::size_t number = velk::ReadUInt8(formatted, kDesignationOffset);
         // Element 0 is empty: no string.
         const velk::CString designation = number < strings.size() ? strings[number] : velk::CString();
-        firmware.slots.push_back({velk::ReadUInt8(formatted, kSlotType), velk::ReadUInt16(formatted, kSlotId),
+        firmware.slots.push_back({velk::ReadUInt8(formatted, velk::kSlotTypeOffset),
+                                  velk::ReadUInt16(formatted, velk::kSlotIdOffset),
                                   velkhost::Utf8FromWide(designation)});
     }
     return firmware;

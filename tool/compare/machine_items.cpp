@@ -33,11 +33,11 @@ std::string FunctionId(const Json& device) {
 
 /// "0000:17:02.0"; null for a slot that is told no address.
 Json SlotAddress(std::span<const std::uint8_t> formatted) {
-    const unsigned segment = velk::ReadUInt16(formatted, kSlotSegment),
-                   bus = velk::ReadUInt8(formatted, kSlotBus),
-                   devfn = velk::ReadUInt8(formatted, kSlotDeviceFunction);
+    const unsigned segment = velk::ReadUInt16(formatted, kSegmentOffset),
+                   bus = velk::ReadUInt8(formatted, kBusOffset),
+                   devfn = velk::ReadUInt8(formatted, kDeviceFunctionOffset);
     const bool isUnknown = segment == 0xFFFF && bus == 0xFF && devfn == 0xFF;
-    if (formatted.size() <= kSlotDeviceFunction || isUnknown) return nullptr;
+    if (formatted.size() <= kDeviceFunctionOffset || isUnknown) return nullptr;
     return Print("%04x:%02x:%02x.%u", segment, bus, devfn >> 3, devfn & 7);
 }
 
@@ -52,16 +52,16 @@ Item SlotItem(const velk::SmbiosStructure& structure) {
     const auto byte = [&](std::size_t offset) -> unsigned {
         return velk::ReadUInt8(structure.formatted, offset);
     };
-    const unsigned id = velk::ReadUInt16(structure.formatted, kSlotId);
-    const unsigned characteristics = velk::ReadUInt16(structure.formatted, kSlotCharacteristics);
+    const unsigned id = velk::ReadUInt16(structure.formatted, velk::kSlotIdOffset);
+    const unsigned characteristics = velk::ReadUInt16(structure.formatted, kCharacteristicsOffset);
     const velk::SystemSlot slot = velk::DecodeSystemSlot(structure.formatted, velk::ExpressTypes::kModern);
     return {"slot",
             "PCI Slot " + std::to_string(id),
             {{"designation", TextOrNull(DesignationOf(structure))},
-             {"type", Print("0x%02X", byte(kSlotType))},
-             {"width", Print("0x%02X", byte(kSlotWidth))},
-             {"usage", SlotUsage(byte(kSlotUsage))},
-             {"length", byte(kSlotLength)},
+             {"type", Print("0x%02X", byte(velk::kSlotTypeOffset))},
+             {"width", Print("0x%02X", byte(velk::kDataBusWidthOffset))},
+             {"usage", SlotUsage(byte(kUsageOffset))},
+             {"length", byte(kLengthOffset)},
              {"hotPlug", slot.supportsHotPlug},
              {"characteristics", Print("0x%04X", characteristics)},
              {"address", SlotAddress(structure.formatted)}}};
