@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <stdexcept>
 
 #include "bench/benchmarks.h"
@@ -56,12 +57,12 @@ long Query(IWbemServices& services, const wchar_t* query) {
 }  // namespace
 
 void MeasureClients(const Options& options, const Report& report) {
-    constexpr unsigned kSize = 256;
+    const unsigned size = std::min(256U, options.largest);
     const velkhost::ComApartment apartment;
-    const PnpDatabase database(MakeMachine(kSize));
+    const PnpDatabase database(MakeMachine(size));
     // Before the host takes the locator's place.
     const ComPtr<IWbemServices> wine = Connect(L"root\\cimv2");
-    const Rig rig(MakeMachine(kSize));
+    const Rig rig(MakeMachine(size));
     RegisterServer(rig.Dll());
     const ComPtr<IWbemServices> host = Connect(L"root\\VKQ");
     constexpr wchar_t kOurs[] = L"SELECT * FROM Velk_PCIDevice", kWines[] = L"SELECT * FROM Win32_PnPEntity";
@@ -73,7 +74,7 @@ void MeasureClients(const Options& options, const Report& report) {
     for (double* each : {&comparison.ratio, &comparison.low, &comparison.high}) *each *= factor;
     comparison.subject /= static_cast<double>(ours);
     comparison.floor /= static_cast<double>(wines);
-    report({"a device by a client's query, against Wine's own Win32_PnPEntity", "Velk_PCIDevice", kSize,
+    report({"a device by a client's query, against Wine's own Win32_PnPEntity", "Velk_PCIDevice", size,
             comparison});
 }
 

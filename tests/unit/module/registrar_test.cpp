@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <vector>
+
 #include "module/failing_writes.h"
 #include "support/registry_tree.h"
 #include "support/stand_ins.h"
@@ -55,6 +57,16 @@ TEST_F(RegistrarTest, ForceRemoveEmptiesTheKeyFirst) {
     Register(L"A = s 'old' { Stale { Deep val X = s 'x' } }");
     EXPECT_EQ(Register(L"ForceRemove A { New }"), ERROR_SUCCESS);
     EXPECT_EQ(Tree(), (RegistryTree{{L"", L""}, {L"\\A", L""}, {L"\\A\\New", L""}}));
+}
+
+TEST_F(RegistrarTest, ValuesThatAreThereAreReplaced) {
+    Register(L"A = s 'old' { val N = d '1' val T = s 'a longer text' }");
+    EXPECT_EQ(Register(L"A = s 'new' { val N = s 'other type' val T = s 't' }"), ERROR_SUCCESS);
+    EXPECT_EQ(Tree(), (RegistryTree{{L"", L""},
+                                    {L"\\A", L""},
+                                    {L"\\A:", L"s:new"},
+                                    {L"\\A:N", L"s:other type"},
+                                    {L"\\A:T", L"s:t"}}));
 }
 
 TEST_F(RegistrarTest, OtherKeysKeepWhatIsThere) {
@@ -128,6 +140,29 @@ TEST_F(RegistrarTest, WhatIsNotCommittedIsUndone) {
         EXPECT_NE(Tree(), before);
     }
     EXPECT_EQ(Tree(), before);
+}
+
+std::vector<DWORD> g_keyOptions;
+decltype(&::RegCreateKeyExW) g_createKey = nullptr;
+LSTATUS WINAPI RecordOptions(HKEY key, LPCWSTR name, DWORD reserved, LPWSTR keyClass, DWORD options,
+                             REGSAM rights, SECURITY_ATTRIBUTES* security, PHKEY made, LPDWORD disposition) {
+    EXPECT_EQ(reserved, 0U);
+    g_keyOptions.push_back(options);
+    return g_createKey(key, name, reserved, keyClass, options, rights, security, made, disposition);
+}
+
+TEST_F(RegistrarTest, KeysThatAreMadeOrRestoredOutlastARestart) {
+    Register(L"Gone { Deep }");
+    const StandIn<decltype(&RecordOptions)> record("RegCreateKeyExW", &RecordOptions);
+    g_createKey = record.Original<decltype(g_createKey)>();
+    g_keyOptions.clear();
+    {
+        Registrar registrar(RegistrationScope::kMachine);
+        EXPECT_EQ(registrar.Register(Script(L"Delete Gone Fresh")), ERROR_SUCCESS);
+    }
+    EXPECT_THAT(g_keyOptions,
+                testing::AllOf(testing::SizeIs(testing::Ge(3U)), testing::Each(REG_OPTION_NON_VOLATILE)))
+        << "one fresh key, two that came back";
 }
 
 TEST_F(RegistrarTest, FailureAtAnyWriteIsReportedAndUndone) {
