@@ -28,8 +28,11 @@ STDMETHODIMP CInstanceProviderBase::QueryInterface(REFIID iid, void** object) {
 
 STDMETHODIMP_(ULONG) CInstanceProviderBase::Release() {
     const ULONG references = InternalRelease();
-    if (references == 0) delete this;
-    return references;
+    if (references != 0) return references;
+    // A list of its own goes after the object has given its count back: that, too, is code of the module.
+    const ModuleLockCount untilAllIsGone;
+    delete this;
+    return 0;
 }
 
 STDMETHODIMP CInstanceProviderBase::Initialize(LPWSTR, LONG, LPWSTR, LPWSTR, IWbemServices* wbemNamespace,

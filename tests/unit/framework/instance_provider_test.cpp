@@ -5,6 +5,7 @@
 #include "common/com_ptr.h"
 #include "common/wbem_status.h"
 #include "framework/instance_provider_fixture.h"
+#include "framework/own_list.h"
 #include "support/fake_wbem.h"
 #include "support/log_capture.h"
 #include "support/recording_sink.h"
@@ -16,9 +17,12 @@ namespace {
 using ::testing::ElementsAre;
 using velktest::g_source;
 using velktest::InstanceProvider;
+using velktest::kProperties;
+using velktest::kProviderClass;
 using velktest::kWmiClass;
 using velktest::RecordingSink;
 using velktest::StandIn;
+using velktest::Thing;
 using velktest::ThingProv;
 
 TEST_F(InstanceProvider, AnswersItsInterfacesWithOneIdentity) {
@@ -33,6 +37,26 @@ TEST_F(InstanceProvider, AnswersItsInterfacesWithOneIdentity) {
     ComPtr<IWbemLocator> other;
     EXPECT_EQ(provider->QueryInterface(IID_IWbemLocator, other.PutVoid()), E_NOINTERFACE);
     EXPECT_EQ(provider->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+}
+
+LONG g_countAtTheListsEnd = 0;
+struct NotingList : CInstanceList<Thing> {
+    ~NotingList() { g_countAtTheListsEnd = ModuleLock::Count(); }
+    bool RebuildList() override { return true; }
+};
+class NotingProv final : private OwnList<NotingList>, public CInstanceProvider<NotingList> {
+  public:
+    NotingProv() : CInstanceProvider(kProviderClass, ownList_, kProperties) {}
+
+  private:
+    bool KeysMatch(const RequestedKeys&, const Thing&) const override { return false; }
+};
+
+TEST_F(InstanceProvider, TheModuleStaysLoadedUntilTheProvidersListIsGone) {
+    const LONG before = ModuleLock::Count();
+    { const ComPtr<NotingProv> provider(new NotingProv); }
+    EXPECT_GT(g_countAtTheListsEnd, before);
+    EXPECT_EQ(ModuleLock::Count(), before);
 }
 
 TEST_F(InstanceProvider, InitializeFetchesItsClassAndReportsToTheSink) {
