@@ -23,13 +23,31 @@ CString Widen(std::string_view text) {
 
 }  // namespace
 
+/// Holds the table's lock from construction to destruction. Nobody takes it twice.
+class SmbiosTable::Guard {
+  public:
+    explicit Guard(SmbiosTable& table) noexcept
+        : mutex_(table.mutex_.Get()), substitute_(table.mutex_ ? nullptr : &table.substitute_) {
+        if (substitute_ != nullptr) ::AcquireSRWLockExclusive(substitute_);
+    }
+    ~Guard() {
+        if (substitute_ != nullptr) ::ReleaseSRWLockExclusive(substitute_);
+    }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+
+  private:
+    const KernelMutexGuard mutex_;
+    SRWLOCK* const substitute_;
+};
+
 ModuleObject<SmbiosTable>& SmbiosTableObject() noexcept { return g_smbiosTable; }
 SmbiosTable& Smbios() noexcept { return *g_smbiosTable.Get(); }
 
 SmbiosTable::SmbiosTable() noexcept : mutex_(::CreateMutexW(nullptr, FALSE, nullptr)) {}
 
 bool SmbiosTable::Load() {
-    const KernelMutexGuard guard(mutex_.Get());
+    const Guard guard(*this);
     return LoadLocked();
 }
 
@@ -43,7 +61,7 @@ bool SmbiosTable::LoadLocked() {
 
 bool SmbiosTable::FindStructure(std::uint8_t type, std::uint16_t occurrence, std::uint8_t* formatted,
                                 std::uint8_t& length, std::vector<CString>& strings) {
-    const KernelMutexGuard guard(mutex_.Get());
+    const Guard guard(*this);
     const std::optional<SmbiosStructure> structure = FindStructureOfType(Bytes(), type, occurrence);
     if (!structure) return false;
 
@@ -58,7 +76,7 @@ std::uint32_t SmbiosTable::CountPciSlots() { return ReadSlots().value_or(SystemS
 
 std::optional<SystemSlots> SmbiosTable::ReadSlots() {
     // One lock around both, so that no other thread's Load comes between.
-    const KernelMutexGuard guard(mutex_.Get());
+    const Guard guard(*this);
     if (!copy_ && !LoadLocked()) return std::nullopt;
     return ReadSystemSlots(Bytes(), ReadExpressTypes());
 }

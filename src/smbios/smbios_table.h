@@ -55,12 +55,15 @@ class SmbiosTable {
     static bool ReadPhysical(std::uint32_t address, std::uint32_t length, void* output) noexcept;
 
   private:
+    class Guard;
+
     // Called with the lock held.
     bool LoadLocked();
     /// The copy's bytes; none while nothing is loaded.
     std::span<const std::uint8_t> Bytes() const noexcept;
 
-    UniqueHandle mutex_;  ///< guards everything but the reading of loaded_
+    UniqueHandle mutex_;                 ///< guards everything but the reading of loaded_
+    SRWLOCK substitute_ = SRWLOCK_INIT;  ///< does so where the system refused the mutex
     std::optional<SmbiosTableCopy> copy_;
     std::atomic<bool> loaded_ = false;  ///< whether copy_ holds one
 };

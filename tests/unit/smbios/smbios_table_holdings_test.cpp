@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <optional>
 #include <thread>
 
 #include "smbios/smbios_table.h"
@@ -62,6 +63,50 @@ TEST_F(SmbiosTableHoldings, AStructureIsFoundAndConvertedUnderTheLock) {
     EXPECT_TRUE(locked.FindStructure(9, 0, nullptr, length, strings));
     EXPECT_FALSE(g_freeWhileConverting);
     EXPECT_TRUE(LockIsFree()) << "given back";
+}
+
+HANDLE WINAPI RefuseLock(LPSECURITY_ATTRIBUTES, BOOL, LPCWSTR) {
+    ::SetLastError(ERROR_NO_SYSTEM_RESOURCES);
+    return nullptr;
+}
+
+SmbiosTable* g_loadedBeside = nullptr;
+std::thread g_loader;
+std::atomic<bool> g_isLoaded = false;
+bool g_loadedWhileConverting = false;
+int WINAPI LoadBeside(UINT codePage, DWORD flags, LPCCH text, int length, LPWSTR wide, int size) {
+    if (!g_loader.joinable()) {
+        g_loader = std::thread([] {
+            const velktest::Apartment apartment;
+            g_loadedBeside->Load();
+            g_isLoaded = true;
+        });
+        ::Sleep(200);
+        g_loadedWhileConverting = g_isLoaded;
+    }
+    return g_convert(codePage, flags, text, length, wide, size);
+}
+
+TEST_F(SmbiosTableHoldings, AreLockedAlsoWhereTheSystemHasNoMutexForThem) {
+    std::optional<SmbiosTable> locked;
+    {
+        const StandIn refuse("CreateMutexW", &RefuseLock);
+        locked.emplace();
+    }
+    velktest::ServeSmbios(wmi, SmbiosBuilder().Add(9, {}, {"text"}).Table());
+    ASSERT_TRUE(locked->Load());
+    g_loadedBeside = &*locked;
+    {
+        const StandIn<decltype(&LoadBeside)> load("MultiByteToWideChar", &LoadBeside);
+        g_convert = load.Original<decltype(g_convert)>();
+        std::uint8_t length = 0;
+        std::vector<CString> strings;
+        EXPECT_TRUE(locked->FindStructure(9, 0, nullptr, length, strings));
+        EXPECT_THAT(strings, testing::ElementsAre(L"", L"text"));
+        g_loader.join();
+    }
+    EXPECT_FALSE(g_loadedWhileConverting);
+    EXPECT_TRUE(g_isLoaded) << "given back";
 }
 
 int WINAPI MeasureAlone(UINT codePage, DWORD flags, LPCCH text, int length, LPWSTR wide, int size) {
