@@ -8,8 +8,8 @@ namespace velk {
 /// location class list.
 ///
 /// Both paths are made for every slot number that is tried, found or not, and each path asks WMI. Where the
-/// search runs on past 65,536 numbers (a slot with the ID 0, two with the same) a rebuild takes more than
-/// 131,072 queries.
+/// search runs on to 65,536 and beyond (a slot with the ID 0, two with the same) a rebuild takes 131,072
+/// queries and more.
 class CVelkPCISlotElementLocationList final : public CInstanceList<CVelkAssociation> {
   private:
     bool RebuildList() override;

@@ -18,7 +18,7 @@ namespace {
 /// bytes that SetupAPI may fill stands a NUL of ours, whatever the database holds.
 class TextProperty {
   public:
-    /// Returns whether the property was read and fits. A failure leaves the buffer as it was.
+    /// Returns whether the property was read and fits. A read that fails leaves the buffer as it was.
     bool Read(HDEVINFO devices, SP_DEVINFO_DATA& device, DWORD property) noexcept {
         DWORD required = 0;
         return ::SetupDiGetDeviceRegistryPropertyW(devices, &device, property, nullptr,

@@ -21,11 +21,12 @@ struct SmbiosStructure {
 };
 
 /// Walks a structure table from its start to its end. Firmware tables may be broken in any way: no byte
-/// outside the span is read, every step advances, and every structure that begins inside is found.
+/// outside the span is read, every step advances, and every byte behind the start belongs to one structure.
 ///
 /// The table's length alone ends the walk, and clips the last structure. The end-of-table structure (type
-/// 127) is a structure like any other, and a length byte below that of a header (4) is taken at its word:
-/// rubbish between two structures does not hide the second. A length byte behind the end counts as 0.
+/// 127) is a structure like any other, and a length byte below that of a header (4) is taken at its word: an
+/// even number of zeros between two structures does not hide the second, an odd one takes its first byte. A
+/// length byte behind the end counts as 0.
 class StructureWalk {
   public:
     explicit StructureWalk(std::span<const std::uint8_t> table) noexcept : rest_(table) {}

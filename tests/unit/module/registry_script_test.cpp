@@ -112,12 +112,14 @@ TEST(RegistryScriptTest, KeysCarryTheirRules) {
 TEST(RegistryScriptTest, TypedValuesAreTextsAndNumbers) {
     const RegistryScript script = Parse(
         L"HKLM { A = d '0' B = d '4294967295' C = d '0xFfFfFfFf' D = s '' val 'two words' = s 'it''s' val '' "
-        L"= d '7' }");
+        L"= d '7' E = d '0xa' F = d '0XfA09' }");
     const auto& keys = script[0].children;
     EXPECT_EQ(Number(*keys[0].defaultValue), 0U);
     EXPECT_EQ(Number(*keys[1].defaultValue), 0xFFFFFFFFU);
     EXPECT_EQ(Number(*keys[2].defaultValue), 0xFFFFFFFFU);
     EXPECT_EQ(Text(*keys[3].defaultValue), L"");
+    EXPECT_EQ(Number(*keys[4].defaultValue), 0xAU);
+    EXPECT_EQ(Number(*keys[5].defaultValue), 0xFA09U);
     const auto& values = script[0].values;
     EXPECT_EQ(values[0].name, L"two words");
     EXPECT_EQ(Text(values[0].data), L"it's");
@@ -130,6 +132,13 @@ TEST(RegistryScriptTest, KeyMayHaveBothValueAndChildren) {
     ASSERT_EQ(script[0].children.size(), 2U);
     EXPECT_EQ(script[0].children[0].children[0].name, L"B");
     EXPECT_EQ(script[0].children[1].name, L"C");
+}
+
+TEST(RegistryScriptTest, SeparatorsMayStandAnywhereBetweenItemsAndRepeat) {
+    const RegistryScript script = Parse(L"; ; HKLM { ; ; A ; ; B ; } ; ;");
+    ASSERT_EQ(script.size(), 1U);
+    ASSERT_EQ(script[0].children.size(), 2U);
+    EXPECT_EQ(script[0].children[1].name, L"B");
 }
 
 TEST(RegistryScriptTest, BareNamesEndAtWhiteSpaceAlone) {
@@ -181,6 +190,8 @@ TEST(RegistryScriptTest, MalformedScriptsNameThePlaceAndTheReason) {
         {L"HKCR { val }", 11, "a value name is expected"},
         {L"HKCR { val = s 'x' }", 11, "a value name is expected"},
         {L"HKCR { val A s 'x' }", 13, "an equals sign is expected after the value name"},
+        {L"HKCR { } 'x", 9, "a quote that is not closed"},
+        {{L"HKCR { } \0", 10}, 9, "a null character"},
         {{L"HKCR { A\0B }", 12}, 7, "a null character"},
         {{L"HKCR { 'A\0' }", 13}, 7, "a null character"},
     };

@@ -11,6 +11,7 @@
 #include "module/failing_writes.h"
 #include "module/registrar.h"
 #include "module/registry_script.h"
+#include "module/resources/resource_ids.h"
 #include "module/server_registration_fixture.h"
 #include "support/registry_tree.h"
 #include "support/stand_ins.h"
@@ -162,6 +163,18 @@ TEST_F(ServerRegistrationTest, ScriptThatIsNotThereChangesNothing) {
     const StandIn failing("FindResourceW", &FindNothing);
     EXPECT_EQ(Register(), HRESULT_FROM_WIN32(ERROR_INVALID_DATA));
     EXPECT_EQ(Unregister(), HRESULT_FROM_WIN32(ERROR_INVALID_DATA));
+    EXPECT_TRUE(Registered().empty());
+}
+
+decltype(&::FindResourceW) g_findResource = nullptr;
+HRSRC WINAPI FindAllButTheClassScript(HMODULE module, LPCWSTR name, LPCWSTR type) {
+    return name == MAKEINTRESOURCEW(VELK_CLASS_SCRIPT) ? nullptr : g_findResource(module, name, type);
+}
+
+TEST_F(ServerRegistrationTest, ScriptOfTheClassesThatIsNotThereChangesNothing) {
+    const StandIn<decltype(&FindAllButTheClassScript)> failing("FindResourceW", &FindAllButTheClassScript);
+    g_findResource = failing.Original<decltype(g_findResource)>();
+    EXPECT_EQ(Register(), HRESULT_FROM_WIN32(ERROR_INVALID_DATA));
     EXPECT_TRUE(Registered().empty());
 }
 

@@ -52,7 +52,9 @@ INSTANTIATE_TEST_SUITE_P(
     DeviceText, ScanHexByteReads,
     ::testing::Values(HexCase{L"__0280", ScanResult::kRead, 0x02}, HexCase{L"__fF", ScanResult::kRead, 0xFF},
                       HexCase{L"__aA", ScanResult::kRead, 0xAA}, HexCase{L"__90", ScanResult::kRead, 0x90},
-                      HexCase{L"__@`", ScanResult::kMismatch, 0x77}, HexCase{L"__1", ScanResult::kRead, 0x1},
+                      HexCase{L"__@`", ScanResult::kMismatch, 0x77}, HexCase{L"__+7", ScanResult::kRead, 0x7},
+                      HexCase{L"__-7", ScanResult::kRead, 0xFFFFFFF9},
+                      HexCase{L"__0x", ScanResult::kRead, 0x0}, HexCase{L"__1", ScanResult::kRead, 0x1},
                       HexCase{L"__1G", ScanResult::kRead, 0x1}, HexCase{L"__ 7", ScanResult::kRead, 0x7},
                       HexCase{L"__\t7", ScanResult::kRead, 0x7}, HexCase{L"__\r7", ScanResult::kRead, 0x7},
                       HexCase{L"__\x0E"
@@ -93,6 +95,8 @@ TEST(ParseHardwareId, TakesABaseOrASignInFrontOfTheDigitsAsScanfDoes) {
     EXPECT_EQ(numbers.subsystemVendorId, 0x0) << "00x1: the base stands not in front";
     EXPECT_EQ(ParseHardwareId(L"PCI\\VEN_0x0F&DEV_0xFF", numbers), ScanResult::kRead);
     EXPECT_EQ(numbers.vendorId, 0x0F);
+    EXPECT_EQ(ParseHardwareId(L"PCI\\VEN_0x1", numbers), ScanResult::kRead);
+    EXPECT_EQ(numbers.vendorId, 0x1);
     EXPECT_EQ(numbers.deviceId, 0xFF);
 }
 
@@ -151,6 +155,7 @@ INSTANTIATE_TEST_SUITE_P(
                       LocationCase{L"bus 1, bus 2, device 3, function 4", false, 2, 3, 4},
                       LocationCase{L"bus -1, device +2, function 3", true, 255, 2, 3},
                       LocationCase{L"bus \t1, device \v\r2, function 3", true, 1, 2, 3},
+                      LocationCase{L"bus \t, device \t+, function -", true, 0, 0, 0},
                       LocationCase{L",,, , ,", false, 91, 92, 93}, LocationCase{L"", false, 91, 92, 93}));
 
 struct PathCase {

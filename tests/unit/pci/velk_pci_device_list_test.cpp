@@ -281,6 +281,21 @@ TEST_F(CVelkPCIDeviceListTest, AMachineWithoutDevicesNeedsNoComputerName) {
     EXPECT_EQ(PciDeviceList().RebuildAndStamp(), 2u);
 }
 
+// What the C runtime answers when it cannot format, and then cannot tell how long the text is.
+int FormatNothing(wchar_t*, std::size_t, const wchar_t*, va_list) { return -1; }
+int MeasureNothing(const wchar_t*, va_list) { return -1; }
+
+TEST_F(CVelkPCIDeviceListTest, FailsAsAWholeWithoutAnObjectPath) {
+    SetDevices({Function(kNetwork, L"bus 1, device 0, function 0")});
+    {
+        const StandIn format("_vsnwprintf", &FormatNothing);
+        const StandIn measure("_vscwprintf", &MeasureNothing);
+        EXPECT_EQ(PciDeviceList().RebuildAndStamp(), 0u);
+        EXPECT_EQ(PciDeviceList().Count(), 0u);
+    }
+    EXPECT_EQ(Rebuilt().size(), 1u);
+}
+
 TEST_F(CVelkPCIDeviceListTest, WithoutTheSuitesClassPathsHaveNoServer) {
     wmi.Namespace(L"root\\VKQ").Answer(velktest::kComputerSystemQuery, {});
     const CString path = Only(Function(kNetwork, L"bus 1, device 0, function 0")).objectPath;

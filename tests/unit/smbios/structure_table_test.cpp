@@ -99,7 +99,7 @@ TEST(StructureWalk, ALengthShorterThanAHeaderIsTakenAtItsWordAndTheWalkGoesOn) {
     }
 }
 
-TEST(StructureWalk, AZeroFilledTailHidesNothingAndEnds) {
+TEST(StructureWalk, ZerosBetweenStructuresHideTheNextOneWhereTheirNumberIsOdd) {
     const Bytes table = SmbiosBuilder().Add(1, {}).AddRaw(Bytes(7)).Add(9, {}).Table();
     // Seven zeros are three empty structures and, as its type, the first byte of the next: rubbish of odd
     // length takes one structure with it.
