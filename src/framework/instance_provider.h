@@ -128,10 +128,10 @@ class CInstanceProviderBase : public CComObjectRootEx<CComMultiThreadModel>, pub
     Session session_;
     Instances cache_;  ///< the instances of the last enumeration, in list order
     /// The list generation that the cache was made from; 0 = none. A cache of the list's generation is
-    /// believed, by enumerations and by gets. After a failed rebuild a list counts from 2 again: a cache whose
-    /// number comes round is then taken for that of another reading, and its instances are delivered once
-    /// more, whatever the records say by now. It is left so, because it ends by itself, an enumeration later,
-    /// and a number that never came back would be one more state for every list to keep.
+    /// believed, by enumerations and by gets. After a failed rebuild a list counts from 2 again: a cache
+    /// whose number comes round is then taken for that of another reading, and its instances are delivered
+    /// once more, whatever the records say by now. It is left so, because it ends by itself, an enumeration
+    /// later, and a number that never came back would be one more state for every list to keep.
     std::uint32_t cacheGeneration_ = 0;
 };
 

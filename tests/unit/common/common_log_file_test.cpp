@@ -9,6 +9,7 @@
 #include "common/common_log_fixture.h"
 #include "common/handle.h"
 #include "common/log_file.h"
+#include "common/refused_opens.h"
 #include "common/text.h"
 #include "host/utf8.h"
 #include "support/child_process.h"
@@ -134,6 +135,19 @@ TEST_F(CCommonLogTest, LineThatCannotBeWrittenReturnsTheSystemsCode) {
     }
     EXPECT_EQ(log_.LogError(L"e"), DWORD{ERROR_SUCCESS}) << "the mutex was released";
     EXPECT_EQ(ReadWide(File()), Error());
+}
+
+TEST_F(CCommonLogTest, LineWhoseFileCannotBeOpenedAgainAfterItsRotationReturnsTheSystemsCode) {
+    SetMaxSize(1);
+    Init();
+    EXPECT_EQ(log_.LogError(L"first"), DWORD{ERROR_SUCCESS});
+    {
+        // By the rotation, and once more after it.
+        const velktest::RefusedOpens refused(1, 2, ERROR_SHARING_VIOLATION);
+        EXPECT_EQ(log_.LogError(L"lost"), DWORD{ERROR_SHARING_VIOLATION});
+        EXPECT_EQ(refused.Count(), 3);
+    }
+    EXPECT_EQ(log_.LogError(L"e"), DWORD{ERROR_SUCCESS}) << "the mutex was released";
 }
 
 TEST_F(CCommonLogTest, FullDiskIsReturnedAndReleasesEverything) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "common/log_paths.h"
+#include "common/refused_opens.h"
 #include "support/registry_fixture.h"
 #include "support/stand_ins.h"
 #include "support/temp_folder.h"
@@ -267,6 +268,30 @@ TEST_F(CLegacyLogTest, EveryFailureOfACutIsReturnedAndGivesTheSemaphoreBack) {
     EXPECT_TRUE(Written() == FullFile("\r\n")) << "nothing was cut or written";
     const UniqueHandle semaphore = OpenSemaphore();
     EXPECT_EQ(::WaitForSingleObject(semaphore.Get(), 0), DWORD{WAIT_OBJECT_0});
+}
+
+TEST_F(CLegacyLogTest, ACutThatCannotOpenTheFileIsReturnedAndCutsNothing) {
+    log_.Open(file_, 1, 7);
+    WriteBytes(file_, FullFile("\r\n"));
+    // The line's own open comes first, then the two of the cut: to read, and to write what is kept.
+    for (const int before : {1, 2}) {
+        const velktest::RefusedOpens refused(before, 1, ERROR_ACCESS_DENIED);
+        EXPECT_EQ(log_.ErrorLevel1(L"lost"), DWORD{ERROR_ACCESS_DENIED}) << before;
+        EXPECT_EQ(refused.Count(), before + 1);
+        EXPECT_TRUE(Written() == FullFile("\r\n")) << before;
+    }
+    EXPECT_EQ(log_.ErrorLevel1(L"e"), DWORD{ERROR_SUCCESS}) << "the semaphore was given back";
+}
+
+TEST_F(CLegacyLogTest, ACutThatFindsTheDiskFullIsReturned) {
+    log_.Open(file_, 1, 7);
+    WriteBytes(file_, FullFile("\r\n"));
+    {
+        const velktest::FullDisk full;
+        EXPECT_EQ(log_.ErrorLevel1(L"lost"), DWORD{ERROR_DISK_FULL});
+    }
+    EXPECT_EQ(Written(), "") << "the file was made anew for what it could not take";
+    EXPECT_EQ(log_.ErrorLevel1(L"e"), DWORD{ERROR_SUCCESS}) << "the semaphore was given back";
 }
 
 TEST_F(CLegacyLogTest, FailuresOfALineAreReturnedAndGiveTheSemaphoreBack) {

@@ -5,6 +5,7 @@
 #include "common/com_ptr.h"
 #include "common/wbem_status.h"
 #include "framework/instance_provider_fixture.h"
+#include "host/method_redirect.h"
 #include "support/log_capture.h"
 #include "support/recording_sink.h"
 
@@ -126,6 +127,61 @@ TEST_F(InstanceProvider, AGetWithoutAComputerNameFails) {
     g_computerNameError = ERROR_ACCESS_DENIED;
     EXPECT_EQ(Get(*provider.Get(), kPathOfB), kWbemFailed);
     EXPECT_TRUE(sink->statuses.empty());
+    EXPECT_EQ(g_source.rebuilds, 0);
+}
+
+// Places in IClassFactory and IWbemPath.
+constexpr std::size_t kCreateInstance = 3;
+constexpr std::size_t kSetText = 3;
+
+int g_callsUntilRefusal = 0;
+HRESULT(WINAPI* g_createInstance)(IClassFactory*, IUnknown*, REFIID, void**) = nullptr;
+HRESULT WINAPI RefuseToCreate(IClassFactory* factory, IUnknown* outer, REFIID iid, void** object) {
+    if (g_callsUntilRefusal-- == 0) return E_ACCESSDENIED;
+    return g_createInstance(factory, outer, iid, object);
+}
+HRESULT(WINAPI* g_setText)(IWbemPath*, ULONG, LPCWSTR) = nullptr;
+HRESULT WINAPI RefuseText(IWbemPath* path, ULONG mode, LPCWSTR text) {
+    if (g_callsUntilRefusal-- == 0) return E_ACCESSDENIED;
+    return g_setText(path, mode, text);
+}
+
+/// The path is parsed twice: to see whether it names an instance, and for its keys. The parser's failures of
+/// the first are the path's, those of the second their own.
+class FailingParser : public InstanceProvider {
+  protected:
+    FailingParser() {
+        g_source.names = {L"b"};
+        EXPECT_EQ(::CoGetClassObject(kClsidWbemDefPath, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+                                     factory_.PutVoid()),
+                  S_OK);
+        EXPECT_EQ(factory_->CreateInstance(nullptr, kIidIWbemPath, path_.PutVoid()), S_OK);
+    }
+
+    ComPtr<IClassFactory> factory_;
+    ComPtr<IWbemPath> path_;
+};
+
+TEST_F(FailingParser, ThatCannotBeMadeASecondTimeFailsTheGet) {
+    const ComPtr<ThingProv> provider = Provider();
+    const velkhost::MethodRedirect create(factory_.Get(), kCreateInstance,
+                                          reinterpret_cast<void*>(&RefuseToCreate));
+    g_createInstance = reinterpret_cast<decltype(g_createInstance)>(create.Original());
+    g_callsUntilRefusal = 0;
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), kWbemInvalidParameter);
+    g_callsUntilRefusal = 1;
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), kWbemFailed);
+    EXPECT_EQ(g_source.rebuilds, 0);
+}
+
+TEST_F(FailingParser, ThatRefusesTheTextASecondTimeFailsTheGetWithItsStatus) {
+    const ComPtr<ThingProv> provider = Provider();
+    const velkhost::MethodRedirect set(path_.Get(), kSetText, reinterpret_cast<void*>(&RefuseText));
+    g_setText = reinterpret_cast<decltype(g_setText)>(set.Original());
+    g_callsUntilRefusal = 0;
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), kWbemInvalidParameter);
+    g_callsUntilRefusal = 1;
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), E_ACCESSDENIED);
     EXPECT_EQ(g_source.rebuilds, 0);
 }
 
