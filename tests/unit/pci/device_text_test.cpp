@@ -100,6 +100,29 @@ TEST(ParseHardwareId, TakesABaseOrASignInFrontOfTheDigitsAsScanfDoes) {
     EXPECT_EQ(numbers.deviceId, 0xFF);
 }
 
+TEST(ParseHardwareId, ReadsNoMoreThanFourDigitsOfANumberAndTwoOfTheRevision) {
+    struct {
+        const wchar_t* id;
+        std::uint16_t vendor, device, subsystem, subsystemVendor;
+        std::uint8_t revision;
+    } const cases[] = {
+        {L"PCI\\VEN_80867&DEV_1521&SUBSYS_00A215D9&REV_01", 0x8086, 0, 0, 0, 0},
+        {L"PCI\\VEN_8086&DEV_15217&SUBSYS_00A215D9&REV_01", 0x8086, 0x1521, 0, 0, 0},
+        {L"PCI\\VEN_8086&DEV_1521&SUBSYS_00A215D97&REV_01", 0x8086, 0x1521, 0xA2, 0x15D9, 0},
+        {L"PCI\\VEN_8086&DEV_1521&SUBSYS_00A215D9&REV_017", 0x8086, 0x1521, 0xA2, 0x15D9, 0x01},
+    };
+    for (const auto& expected : cases) {
+        SCOPED_TRACE(testing::PrintToString(std::wstring(expected.id)));
+        HardwareIdNumbers numbers;
+        EXPECT_EQ(ParseHardwareId(expected.id, numbers), ScanResult::kRead);
+        EXPECT_EQ(numbers.vendorId, expected.vendor);
+        EXPECT_EQ(numbers.deviceId, expected.device);
+        EXPECT_EQ(numbers.subsystemId, expected.subsystem);
+        EXPECT_EQ(numbers.subsystemVendorId, expected.subsystemVendor);
+        EXPECT_EQ(numbers.revisionId, expected.revision);
+    }
+}
+
 TEST(ParseHardwareId, StopsAtTheFirstPartThatDiffers) {
     HardwareIdNumbers numbers;
     EXPECT_EQ(ParseHardwareId(L"PCI\\VEN_8086&DEV_1234&CC_0604&REV_20", numbers), ScanResult::kRead);
@@ -179,6 +202,8 @@ INSTANTIATE_TEST_SUITE_P(DeviceText, ParseLocationPathReads,
                          ::testing::Values(PathCase{L"PCIROOT(0)#PCI(1F03)", ScanResult::kRead, 0x1F, 3},
                                            PathCase{L"PCIROOT(0)#PCI(1C00)#PCI(0001)", ScanResult::kRead,
                                                     0x1C, 0},
+                                           // Four characters alone, blanks among them.
+                                           PathCase{L"PCIROOT(0)#PCI( 1F03)", ScanResult::kRead, 0x1F, 0},
                                            PathCase{L"PCIROOT(20)#PCI(03", ScanResult::kRead, 3, 93},
                                            PathCase{L"PCIROOT(0)#PCI(0", ScanResult::kRead, 0, 93},
                                            PathCase{L"PCIROOT(0)#PCI(", ScanResult::kEndOfInput, 92, 93},

@@ -135,5 +135,24 @@ TEST_F(PropertyReadsTest, MemoryThatRunsOutAtOneDeviceFailsTheListAndDoesNotDrop
     EXPECT_EQ(PciDeviceList().Count(), 3u);
 }
 
+TEST_F(PropertyReadsTest, AFailureAtALaterBridgeLeavesNoneOfTheBridgesBeforeIt) {
+    SetDevices({Function(kPciBridge, L"bus 1, device 0, function 0"),
+                Function(kPciBridge, L"bus 2, device 0, function 0")});
+    const StandIn<decltype(&RunOutOfMemory)> fail("GetComputerNameExW", &RunOutOfMemory);
+    g_computerName = fail.Original<decltype(g_computerName)>();
+    g_namesUntilFailure = 1;
+    EXPECT_THROW(PciBridgeList().RebuildAndStamp(), std::bad_alloc);
+    EXPECT_EQ(PciBridgeList().Count(), 0u);
+}
+
+TEST_F(PropertyReadsTest, ANumberOfNoBytesIsZero) {
+    velkhost::PnpDevice device = Function(kNetwork, L"bus 1, device 2, function 3");
+    device.properties[SPDRP_UI_NUMBER] = {REG_DWORD, {}};
+    SetDevices({device});
+    EXPECT_NE(PciDeviceList().RebuildAndStamp(), 0u);
+    ASSERT_EQ(PciDeviceList().Count(), 1u);
+    EXPECT_EQ(PciDeviceList().At(0).uiNumber, 0u);
+}
+
 }  // namespace
 }  // namespace velk
