@@ -145,10 +145,12 @@ constexpr SIZE_T kTableSize = 6;
 void* g_tableMemory = nullptr;
 const SmbiosTable* g_table = nullptr;
 bool g_loadedMeanwhile = false;
+bool g_heldMeanwhile = false;
 decltype(&::HeapAlloc) g_allocate = nullptr;
 void* WINAPI RememberTable(HANDLE heap, DWORD flags, SIZE_T size) {
     void* const memory = g_allocate(heap, flags, size);
     if (size == kTableSize) {
+        g_heldMeanwhile = g_tableMemory != nullptr;
         g_tableMemory = memory;
         g_loadedMeanwhile = g_table->IsLoaded();
     }
@@ -171,6 +173,7 @@ TEST_F(SmbiosTableHoldings, ALoadGivesUpTheCopyBeforeFirst) {
     ASSERT_TRUE(table.Load());
     EXPECT_NE(g_tableMemory, nullptr);
     ASSERT_TRUE(table.Load());
+    EXPECT_FALSE(g_heldMeanwhile) << "two tables of 64 KiB at once";
     EXPECT_FALSE(g_loadedMeanwhile) << "a table that is being read again is not loaded";
     wmi.Namespace(L"root\\wmi").Answer(velktest::kRawTableQuery, {});
     EXPECT_FALSE(table.Load());
