@@ -66,6 +66,9 @@ TEST_F(InstanceProvider, KeysThatAreNoTextAreIgnored) {
     const ComPtr<ThingProv> provider = Provider();
     EXPECT_EQ(Get(*provider.Get(), L"Test_Thing.Name=7,SystemName=\"SRV01\""), kWbemNotFound);
     EXPECT_EQ(Get(*provider.Get(), L"Test_Thing.Name=\"7\",SystemName=\"SRV01\""), S_OK);
+    g_source.names = {L""};
+    EXPECT_EQ(Get(*provider.Get(), L"Test_Thing.Name=7,SystemName=\"SRV01\""), S_OK)
+        << "it counts as empty, and those behind it count";
 }
 
 TEST_F(InstanceProvider, TheFirstRecordThatMatchesWins) {
@@ -183,6 +186,31 @@ TEST_F(FailingParser, ThatRefusesTheTextASecondTimeFailsTheGetWithItsStatus) {
     g_callsUntilRefusal = 1;
     EXPECT_EQ(Get(*provider.Get(), kPathOfB), E_ACCESSDENIED);
     EXPECT_EQ(g_source.rebuilds, 0);
+}
+
+constexpr std::size_t kGetKey2 = 7;  // in IWbemPathKeyList
+
+int g_keysRead = 0;
+HRESULT(WINAPI* g_getKey)(IWbemPathKeyList*, ULONG, ULONG, ULONG*, LPWSTR, VARIANT*, ULONG*) = nullptr;
+HRESULT WINAPI RefuseFirstKey(IWbemPathKeyList* keys, ULONG index, ULONG flags, ULONG* length, LPWSTR name,
+                              VARIANT* value, ULONG* type) {
+    ++g_keysRead;
+    if (index == 0) return E_ACCESSDENIED;
+    return g_getKey(keys, index, flags, length, name, value, type);
+}
+
+TEST_F(FailingParser, ThatDoesNotTellOneKeyTellsTheOthersAndIsAskedForEachOnce) {
+    g_source.names = {L""};
+    const ComPtr<ThingProv> provider = Provider();
+    EXPECT_EQ(path_->SetText(WBEMPATH_CREATE_ACCEPT_ALL, kPathOfB), S_OK);
+    ComPtr<IWbemPathKeyList> keys;
+    ASSERT_EQ(path_->GetKeyList(keys.Put()), S_OK);
+    const velkhost::MethodRedirect get(keys.Get(), kGetKey2, reinterpret_cast<void*>(&RefuseFirstKey));
+    g_getKey = reinterpret_cast<decltype(g_getKey)>(get.Original());
+    g_keysRead = 0;
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), S_OK);
+    EXPECT_THAT(DeliveredNames(), ElementsAre(L""));
+    EXPECT_EQ(g_keysRead, 2);
 }
 
 TEST_F(InstanceProvider, AGetRebuildsTheListAndLeavesTheCacheAlone) {
