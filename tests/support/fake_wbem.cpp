@@ -147,8 +147,9 @@ HRESULT FakeServices::ExecQuery(const BSTR language, const BSTR query, LONG flag
     return result.status;
 }
 
-HRESULT FakeServices::GetObject(const BSTR path, LONG, IWbemContext*, IWbemClassObject** object,
+HRESULT FakeServices::GetObject(const BSTR path, LONG flags, IWbemContext*, IWbemClassObject** object,
                                 IWbemCallResult**) {
+    EXPECT_EQ(flags, 0);
     gotPaths.push_back(FromBstr(path));
     const auto found = objects_.find(FromBstr(path));
     if (found == objects_.end()) return static_cast<HRESULT>(WBEM_E_NOT_FOUND);

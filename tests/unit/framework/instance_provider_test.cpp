@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+#include <utility>
+
 #include "common/com_ptr.h"
 #include "common/wbem_status.h"
 #include "framework/instance_provider_fixture.h"
@@ -87,6 +90,35 @@ TEST_F(InstanceProvider, InitializeFailsWithoutThePathParserAndDoesNotCallTheSin
     const velktest::NoClasses noParser;
     EXPECT_EQ(Initialize(*provider.Get()), kWbemFailed);
     EXPECT_TRUE(initSink->statuses.empty());
+}
+
+bool g_refusesNext = false;
+decltype(&::malloc) g_malloc = nullptr;
+void* RefuseOnce(std::size_t size) {
+    // Once, so that the exception itself can be made.
+    return std::exchange(g_refusesNext, false) ? nullptr : g_malloc(size);
+}
+decltype(&::CoGetClassObject) g_getClassObject = nullptr;
+HRESULT WINAPI FindTheLastThing(REFCLSID clsid, DWORD context, void* server, REFIID iid, void** object) {
+    const HRESULT result = g_getClassObject(clsid, context, server, iid, object);
+    g_refusesNext = true;
+    return result;
+}
+
+TEST_F(InstanceProvider, InitializeWithoutMemoryForTheHelperFailsAndLeavesNone) {
+    g_source.names = {L"b"};
+    const ComPtr<ThingProv> provider = Provider();
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), S_OK);
+    {
+        const StandIn allocate("malloc", &RefuseOnce);
+        g_malloc = allocate.Original<decltype(g_malloc)>();
+        const StandIn<decltype(&FindTheLastThing)> find("CoGetClassObject", &FindTheLastThing);
+        g_getClassObject = find.Original<decltype(g_getClassObject)>();
+        EXPECT_EQ(Initialize(*provider.Get()), kWbemOutOfMemory);
+        EXPECT_FALSE(g_refusesNext);
+    }
+    EXPECT_EQ(initSink->statuses.size(), 1U) << "that of the first time";
+    EXPECT_EQ(Get(*provider.Get(), kPathOfB), kWbemInvalidParameter);
 }
 
 TEST_F(InstanceProvider, MayBeInitialisedAgainForAnotherNamespace) {
