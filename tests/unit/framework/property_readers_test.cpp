@@ -147,6 +147,9 @@ TEST_F(PropertyReadersTest, SixtyFourBitsAreReadFromDecimalText) {
     object_->SetText(kName, L"18446744073709551615");
     EXPECT_EQ(velk::GetUInt64Property(object_.Get(), kName, value), S_OK);
     EXPECT_EQ(value, 18446744073709551615U);
+    object_->SetText(kName, L"10");
+    EXPECT_EQ(velk::GetUInt64Property(object_.Get(), kName, value), S_OK);
+    EXPECT_EQ(value, 10U);
     object_->SetText(kName, L"no number");
     EXPECT_EQ(velk::GetUInt64Property(object_.Get(), kName, value), S_OK);
     EXPECT_EQ(value, 0U);

@@ -100,6 +100,8 @@ TEST_F(PropertyValuesTest, StringsOfAllFormsAreWrittenAsBstr) {
     EXPECT_EQ(velk::SetStringProperty(Object(), kName, "narrow"), S_OK);
     EXPECT_EQ(Type(), VT_BSTR);
     EXPECT_EQ(Text(), L"narrow");
+    EXPECT_EQ(velk::SetStringProperty(Object(), kName, "n"), S_OK);
+    EXPECT_EQ(Text(), L"n");
 }
 
 TEST_F(PropertyValuesTest, NarrowTextIsInTheAnsiCodePage) {
