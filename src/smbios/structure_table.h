@@ -21,7 +21,7 @@ struct SmbiosStructure {
 };
 
 /// Walks a structure table from its start to its end. Firmware tables may be broken in any way: no byte
-/// outside the span is read, every step advances, and every byte behind the start belongs to one structure.
+/// outside the span is read, and every step advances.
 ///
 /// The table's length alone ends the walk, and clips the last structure. The end-of-table structure (type
 /// 127) is a structure like any other, and a length byte below that of a header (4) is taken at its word: an
