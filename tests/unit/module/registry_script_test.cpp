@@ -191,6 +191,8 @@ TEST(RegistryScriptTest, MalformedScriptsNameThePlaceAndTheReason) {
         {L"HKCR { val = s 'x' }", 11, "a value name is expected"},
         {L"HKCR { val A s 'x' }", 13, "an equals sign is expected after the value name"},
         {L"HKCR { } 'x", 9, "a quote that is not closed"},
+        {L"HKCR { } ; 'x", 11, "a quote that is not closed"},
+        {L"HKCR { ; 'x", 9, "a quote that is not closed"},
         {{L"HKCR { } \0", 10}, 9, "a null character"},
         {{L"HKCR { A\0B }", 12}, 7, "a null character"},
         {{L"HKCR { 'A\0' }", 13}, 7, "a null character"},
