@@ -91,10 +91,6 @@ function(velk_test_suite name)
         velk_add_test(${name} ${one_core} ${name}_tests.exe)
         # They take long: begun first, and each in a prefix of its own.
         set_tests_properties(${name} PROPERTIES LABELS shipped COST 100)
-        if(VELK_TEST_PROGRAMS)
-            # All of its cases run beside the other DLL, which notices more.
-            set_tests_properties(${name} PROPERTIES ENVIRONMENT VELK_REPETITION=1)
-        endif()
     else()
         velk_add_test(${name} ${one_core} ${name}_tests.exe SHARES_PREFIX)
     endif()

@@ -1,5 +1,7 @@
 #include "support/fake_wbem.h"
 
+#include <gtest/gtest.h>
+
 namespace velktest {
 
 namespace {

@@ -62,6 +62,14 @@ TEST_F(CVelkSystemPCIDeviceProv, BothListsAreReadAfreshAtEveryRequest) {
                                                    References(BridgePath(bridge), kComputerSystem)));
 }
 
+TEST_F(CVelkSystemPCIDeviceProv, TellsTheSlotsWhichOfThemHaveABridge) {
+    AddBridge(3);
+    EXPECT_EQ(velk::PciBridgeList().SlotNumbers(), nullptr);
+    Enumerate();
+    ASSERT_NE(velk::PciBridgeList().SlotNumbers(), nullptr);
+    EXPECT_THAT(*velk::PciBridgeList().SlotNumbers(), ElementsAre(3U));
+}
+
 TEST_F(CVelkSystemPCIDeviceProv, FailsWhereTheFunctionListFails) {
     const int function = AddFunction();
     const velkhost::ComputerNames names = std::exchange(machine.names, {});

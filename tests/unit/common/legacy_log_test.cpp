@@ -283,12 +283,24 @@ TEST_F(CLegacyLogTest, ACutThatCannotOpenTheFileIsReturnedAndCutsNothing) {
     EXPECT_EQ(log_.ErrorLevel1(L"e"), DWORD{ERROR_SUCCESS}) << "the semaphore was given back";
 }
 
-TEST_F(CLegacyLogTest, ACutThatFindsTheDiskFullIsReturned) {
+int g_writes = 0;
+decltype(&::WriteFile) g_writeFile = nullptr;
+BOOL WINAPI RefuseFirstWrite(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
+                             LPOVERLAPPED overlapped) {
+    if (g_writes++ > 0) return g_writeFile(file, data, size, written, overlapped);
+    ::SetLastError(ERROR_DISK_FULL);
+    return FALSE;
+}
+
+TEST_F(CLegacyLogTest, ACutThatCannotWriteWhatItKeepsIsReturnedAndCostsTheLine) {
     log_.Open(file_, 1, 7);
     WriteBytes(file_, FullFile("\r\n"));
     {
-        const velktest::FullDisk full;
+        const StandIn<decltype(&RefuseFirstWrite)> write("WriteFile", &RefuseFirstWrite);
+        g_writeFile = write.Original<decltype(g_writeFile)>();
+        g_writes = 0;
         EXPECT_EQ(log_.ErrorLevel1(L"lost"), DWORD{ERROR_DISK_FULL});
+        EXPECT_EQ(g_writes, 1);
     }
     EXPECT_EQ(Written(), "") << "the file was made anew for what it could not take";
     EXPECT_EQ(log_.ErrorLevel1(L"e"), DWORD{ERROR_SUCCESS}) << "the semaphore was given back";

@@ -96,6 +96,7 @@ TEST_F(SmbiosTableHoldings, AreLockedAlsoWhereTheSystemHasNoMutexForThem) {
     velktest::ServeSmbios(wmi, SmbiosBuilder().Add(9, {}, {"text"}).Table());
     ASSERT_TRUE(locked->Load());
     g_loadedBeside = &*locked;
+    g_isLoaded = false;
     {
         const StandIn<decltype(&LoadBeside)> load("MultiByteToWideChar", &LoadBeside);
         g_convert = load.Original<decltype(g_convert)>();
