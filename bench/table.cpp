@@ -2,8 +2,9 @@
 
 #include <cstdio>
 #include <fstream>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
+
+#include "host/json.h"
 
 namespace velkbench {
 
@@ -22,9 +23,9 @@ void Print(const Row& row, bool isFirstOfGroup) {
 }
 
 void WriteJson(const std::vector<Row>& rows, const std::string& file) {
-    auto benchmarks = nlohmann::json::array();
+    auto benchmarks = velkhost::Json::array();
     for (const Row& row : rows) {
-        nlohmann::json entry = {{"name", row.group + "/" + row.name}, {"run_type", "aggregate"}};
+        velkhost::Json entry = {{"name", row.group + "/" + row.name}, {"run_type", "aggregate"}};
         if (row.size != 0) entry["functions"] = row.size;
         const Comparison& comparison = row.comparison;
         if (comparison.turns == 0) {
@@ -42,7 +43,7 @@ void WriteJson(const std::vector<Row>& rows, const std::string& file) {
         benchmarks.push_back(std::move(entry));
     }
     std::ofstream out(file, std::ios::binary);
-    out << nlohmann::json{{"context", {{"executable", "velkbench"}}}, {"benchmarks", benchmarks}}.dump(2)
+    out << velkhost::JsonText({{"context", {{"executable", "velkbench"}}}, {"benchmarks", benchmarks}}, 2)
         << '\n';
     if (!out.flush()) throw std::runtime_error("cannot write " + file);
 }

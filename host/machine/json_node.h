@@ -2,12 +2,13 @@
 
 #include <cstdint>
 #include <initializer_list>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "host/json.h"
 
 namespace velkhost {
 
@@ -15,10 +16,10 @@ namespace velkhost {
 /// file and the JSON path. Refers to the document, which must outlive it.
 class JsonNode {
   public:
-    JsonNode(const nlohmann::json& value, std::string origin, std::string path = "$")
+    JsonNode(const Json& value, std::string origin, std::string path = "$")
         : value_(&value), origin_(std::move(origin)), path_(std::move(path)) {}
 
-    const nlohmann::json& Value() const noexcept { return *value_; }
+    const Json& Value() const noexcept { return *value_; }
 
     /// The member of this object, if there is one.
     std::optional<JsonNode> Find(const char* name) const;
@@ -44,7 +45,7 @@ class JsonNode {
     /// One text, or all texts of an array one after the other.
     std::string JoinedText() const;
 
-    const nlohmann::json* value_;
+    const Json* value_;
     std::string origin_;
     std::string path_;
 };

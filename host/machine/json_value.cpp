@@ -5,7 +5,7 @@
 namespace velkhost {
 namespace {
 
-std::optional<Value> IntegerFromJson(const IntegerRange& range, const nlohmann::json& number) {
+std::optional<Value> IntegerFromJson(const IntegerRange& range, const Json& number) {
     const bool isNegative = !number.is_number_unsigned() && number.get<std::int64_t>() < 0;
     if (isNegative && number.get<std::int64_t>() < range.lowest) return std::nullopt;
     if (!isNegative && number.get<std::uint64_t>() > range.highest) return std::nullopt;
@@ -13,7 +13,7 @@ std::optional<Value> IntegerFromJson(const IntegerRange& range, const nlohmann::
     return Value::Unsigned(number.get<std::uint64_t>());
 }
 
-std::optional<Value> ElementFromJson(Cim type, const nlohmann::json& value) {
+std::optional<Value> ElementFromJson(Cim type, const Json& value) {
     if (value.is_null()) return Value{};
     if (type == Cim::kBoolean && value.is_boolean()) return Value::Bool(value.get<bool>());
     const bool isText = type == Cim::kString || type == Cim::kDateTime || type == Cim::kReference;
@@ -27,11 +27,11 @@ std::optional<Value> ElementFromJson(Cim type, const nlohmann::json& value) {
 
 }  // namespace
 
-std::optional<Value> ValueFromJson(const CimType& type, const nlohmann::json& value) {
+std::optional<Value> ValueFromJson(const CimType& type, const Json& value) {
     if (!type.isArray || value.is_null()) return ElementFromJson(type.element, value);
     if (!value.is_array()) return std::nullopt;
     Value::List elements;
-    for (const nlohmann::json& item : value) {
+    for (const Json& item : value) {
         auto element = ElementFromJson(type.element, item);
         if (!element) return std::nullopt;
         elements.push_back(std::move(*element));

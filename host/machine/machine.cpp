@@ -114,7 +114,7 @@ SuiteObject ReadObject(const JsonNode& node) {
     const auto properties = node.Find("properties");
     if (!nameSpace || !className || !properties) node.Fail("namespace, class and properties are expected");
     if (!properties->Value().is_object()) properties->Fail("an object is expected");
-    return {nameSpace->Text(), className->Text(), properties->Value().dump()};
+    return {nameSpace->Text(), className->Text(), JsonText(properties->Value())};
 }
 
 /// A number is a REG_DWORD, a text a REG_SZ; the raw form is for what no administrator should have set.
@@ -180,10 +180,10 @@ void PnpDevice::SetNumber(DWORD property, DWORD number) {
 }
 
 Machine ParseMachine(const std::string& json, const std::string& origin) {
-    nlohmann::json document;
+    Json document;
     try {
-        document = nlohmann::json::parse(json);
-    } catch (const nlohmann::json::parse_error& error) {
+        document = ParseJson(json);
+    } catch (const Json::parse_error& error) {
         throw MachineError(origin + ": " + error.what());
     }
     return ReadMachine(JsonNode(document, origin));

@@ -49,7 +49,7 @@ void DropInstances(Repository& repository, const SuiteObject& object) {
 }
 
 void AddObject(Repository& repository, const SuiteObject& object) {
-    const auto properties = nlohmann::json::parse(object.properties);
+    const auto properties = ParseJson(object.properties);
     // The health driver's class exists only where the driver is installed: the machine file brings it along.
     if (SameName(object.className, L"DataStoreStatus")) {
         AddDataStoreStatus(repository, properties.value("DataAvailable", false));

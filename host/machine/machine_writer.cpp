@@ -10,8 +10,6 @@
 namespace velkhost {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr std::size_t kBytesInALine = 32;
 
 std::string Hex(std::span<const std::uint8_t> bytes) {
@@ -140,13 +138,11 @@ Json MachineToJson(const Machine& machine) {
     for (const SuiteObject& object : machine.objects) {
         json["objects"].push_back({{"namespace", Utf8FromWide(object.nameSpace)},
                                    {"class", Utf8FromWide(object.className)},
-                                   {"properties", Json::parse(object.properties)}});
+                                   {"properties", ParseJson(object.properties)}});
     }
     return json;
 }
 
-std::string FormatMachine(const Machine& machine) {
-    return MachineToJson(machine).dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-}
+std::string FormatMachine(const Machine& machine) { return JsonText(MachineToJson(machine), 2) + "\n"; }
 
 }  // namespace velkhost

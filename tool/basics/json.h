@@ -1,10 +1,11 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include "host/json.h"
 
 namespace velkpci {
 
-/// Members in the order in which they were added: documents are read by people, too.
-using Json = nlohmann::ordered_json;
+using velkhost::Json;
+using velkhost::JsonText;
+using velkhost::ParseJson;
 
 }  // namespace velkpci

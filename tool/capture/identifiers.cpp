@@ -166,7 +166,7 @@ void ReplaceInObject(velkhost::SuiteObject& object, const ComputerNames& names, 
         {&names.dnsFullyQualified, &made.dnsFullyQualified},
         {&names.dnsHostname, &made.dnsHostname},
         {&names.netbios, &made.netbios}};
-    Json properties = Json::parse(object.properties);
+    Json properties = ParseJson(object.properties);
     for (auto& [name, value] : properties.items()) {
         if (!value.is_string()) continue;
         std::string text = value.get<std::string>();
@@ -181,7 +181,7 @@ void ReplaceInObject(velkhost::SuiteObject& object, const ComputerNames& names, 
             value = text;
         }
     }
-    object.properties = properties.dump();
+    object.properties = JsonText(properties);
 }
 
 }  // namespace

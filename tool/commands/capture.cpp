@@ -25,7 +25,7 @@ velkhost::SuiteObject KeysOf(const Instance& instance, const std::wstring& nameS
         const auto* text = instance.values[i].As<std::wstring>();
         if (property.isKey && text != nullptr) keys[Utf8FromWide(property.name)] = Utf8FromWide(*text);
     }
-    return {nameSpace, className, keys.dump()};
+    return {nameSpace, className, JsonText(keys)};
 }
 
 class CaptureCommand final : public Command {

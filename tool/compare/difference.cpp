@@ -53,7 +53,7 @@ std::string Caption(const Item& item) {
 std::string Show(const Json& value) {
     if (value.is_null()) return "(none)";
     if (value.is_string()) return value.get<std::string>();
-    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return JsonText(value);
 }
 
 /// "HardwareID: A -> B"; of two lists the first elements that differ, with how many do.

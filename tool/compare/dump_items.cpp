@@ -94,8 +94,7 @@ class DumpReader {
     }
 
     bool IsReference(const std::string& className, const std::string& property) const {
-        const nlohmann::json_pointer<std::string> place =
-            nlohmann::json_pointer<std::string>() / "classes" / className / "types" / property;
+        const Json::json_pointer place = Json::json_pointer() / "classes" / className / "types" / property;
         return document_.contains(place) && document_[place] == "ref";
     }
 

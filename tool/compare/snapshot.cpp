@@ -32,7 +32,7 @@ Snapshot ReadSnapshot(const std::string& file) {
 Snapshot ParseSnapshot(const std::string& text, const std::string& file) {
     Json document;
     try {
-        document = Json::parse(text);
+        document = ParseJson(text);
     } catch (const Json::parse_error& error) {
         throw InputError(file + ": " + error.what());
     }

@@ -81,14 +81,12 @@ Json BeginDocument(const std::string& kind, const SourceInfo& source) {
               {"namespace", source.nameSpace}}}};
 }
 
-std::string PrintJson(const Json& json) {
-    return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-}
+std::string PrintJson(const Json& json) { return JsonText(json, 2) + "\n"; }
 
 std::string PrintJsonLine(const char* kind, const Json& members) {
     Json line = {{"line", kind}};
     line.update(members);
-    return line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+    return JsonText(line) + "\n";
 }
 
 Json StatusToJson(HRESULT status) {

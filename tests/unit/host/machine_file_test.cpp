@@ -77,7 +77,7 @@ TEST(MachineFile, ObjectsKeepTheirValues) {
     ASSERT_EQ(machine.objects.size(), 1u);
     EXPECT_EQ(machine.objects[0].nameSpace, LR"(root\VKQ)");
     EXPECT_EQ(machine.objects[0].className, L"C");
-    EXPECT_EQ(machine.objects[0].properties, R"({"N":[1,null],"Tag":"T"})");
+    EXPECT_EQ(machine.objects[0].properties, R"({"Tag":"T","N":[1,null]})");
 }
 
 TEST(MachineFile, SettingsAreNumbersTextsAndRawValues) {

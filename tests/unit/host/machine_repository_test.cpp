@@ -31,11 +31,11 @@ TEST(MachineJson, ValuesMustFitTheTypeOfTheProperty) {
     EXPECT_FALSE(ValueFromJson({Cim::kString, true}, "a"));
 }
 
-Machine WithObjects(const wchar_t* className, const std::vector<nlohmann::json>& objects) {
+Machine WithObjects(const wchar_t* className, const std::vector<Json>& objects) {
     Machine machine;
     machine.names.netbios = L"BOX";
     for (const auto& properties : objects)
-        machine.objects.push_back({L"root\\VKQ", className, properties.dump()});
+        machine.objects.push_back({L"root\\VKQ", className, JsonText(properties)});
     return machine;
 }
 
@@ -52,7 +52,7 @@ TEST(MachineRepository, ObjectsOfTheMachineReplaceThoseOfTheMof) {
     EXPECT_EQ(repository.FindClass(L"root\\wmi", L"DataStoreStatus"), nullptr);
     const Machine wrong = WithObjects(L"Velk_ComputerSystemChassis", {{{"Tag", 5}}});
     EXPECT_THROW(BuildRepository({file}, &wrong), MachineError);
-    const Machine unknown = WithObjects(L"Velk_Nothing", {nlohmann::json::object()});
+    const Machine unknown = WithObjects(L"Velk_Nothing", {Json::object()});
     EXPECT_THROW(BuildRepository({file}, &unknown), MachineError);
     const Machine store = WithObjects(L"DataStoreStatus", {{{"DataAvailable", true}}});
     EXPECT_NE(BuildRepository({file}, &store).FindClass(L"root\\wmi", L"DataStoreStatus"), nullptr);

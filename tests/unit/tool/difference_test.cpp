@@ -116,14 +116,13 @@ TEST(Difference, AClassThatFailedIsNotOneThatBecameEmpty) {
 TEST(Difference, JsonHasWholeItemsAndValues) {
     const Snapshot before = SnapshotOf(FunctionText(1, "Disk"), SlotText("01", "03"));
     const Snapshot after = SnapshotOf(FunctionText(2, "Net"), SlotText("01", "04"));
-    const auto document =
-        nlohmann::json::parse(FormatDifferenceAsJson(Compare(before, after), before, after));
+    const auto document = ParseJson(FormatDifferenceAsJson(Compare(before, after), before, after));
     EXPECT_EQ(document["compares"], "machines");
     EXPECT_EQ(document["equal"], false);
     EXPECT_EQ(document["added"][0]["properties"]["DeviceDesc"], "Net");
     EXPECT_EQ(document["removed"][0]["id"], "BUS(1)DEV(1)FN(2)");
     EXPECT_EQ(document["changed"][0]["changes"][0],
-              nlohmann::json::parse(R"({"property": "usage", "before": "available", "after": "in use"})"));
+              ParseJson(R"({"property": "usage", "before": "available", "after": "in use"})"));
 }
 
 std::string Complaint(const std::string& text) {

@@ -3,41 +3,44 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
 #include "host/machine/machine_writer.h"
 #include "support/hosted/project_folder.h"
 #include "tool/basics/files.h"
+#include "tool/basics/json.h"
 
 namespace {
 
 using velkhost::Machine;
+using velkpci::Json;
+using velkpci::JsonText;
+using velkpci::ParseJson;
 using velkpci::ReplaceIdentifiers;
 
-nlohmann::json AsJson(const Machine& machine) {
-    auto json = nlohmann::json::parse(velkhost::FormatMachine(machine));
+Json AsJson(const Machine& machine) {
+    auto json = ParseJson(velkhost::FormatMachine(machine));
     json.erase("about");
     return json;
 }
 
 /// The vectors that the Python tools are held against, too.
-nlohmann::json Vectors() {
-    return nlohmann::json::parse(
+Json Vectors() {
+    return ParseJson(
         velkpci::ReadTextFile(velktest::ProjectFolder() / "tests" / "support" / "identifiers.json"));
 }
 
 TEST(Identifiers, MachinesBecomeThoseOfTheVectors) {
     ASSERT_GE(Vectors().size(), 14u);
-    for (const nlohmann::json& vector : Vectors()) {
-        Machine machine = velkhost::ParseMachine(vector["machine"].dump(), "vector");
+    for (const Json& vector : Vectors()) {
+        Machine machine = velkhost::ParseMachine(JsonText(vector["machine"]), "vector");
         ReplaceIdentifiers(machine);
         EXPECT_EQ(AsJson(machine), vector["replaced"]) << vector["name"];
     }
 }
 
 TEST(Identifiers, ReplacingAgainChangesNothing) {
-    for (const nlohmann::json& vector : Vectors()) {
-        Machine machine = velkhost::ParseMachine(vector["replaced"].dump(), "vector");
+    for (const Json& vector : Vectors()) {
+        Machine machine = velkhost::ParseMachine(JsonText(vector["replaced"]), "vector");
         ReplaceIdentifiers(machine);
         EXPECT_EQ(AsJson(machine), vector["replaced"]) << vector["name"];
     }

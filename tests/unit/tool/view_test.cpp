@@ -23,7 +23,7 @@ class ViewTest : public ToolTest {
         return findings;
     }
     Json ListAsJson(const wchar_t* className) {
-        return Json::parse(FormatFindings(List(className), {Format::kJson, {}, false, false}, 0));
+        return ParseJson(FormatFindings(List(className), {Format::kJson, {}, false, false}, 0));
     }
 };
 
@@ -42,7 +42,7 @@ TEST_F(ViewTest, TheTreeShowsChassisSlotsCardsFunctionsAndTheRestByBus) {
 }
 
 TEST_F(ViewTest, TheTreeAsJsonIsDataAndNotProse) {
-    const Json tree = Json::parse(FormatTreeAsJson(ReadInventory(*reader_), {}));
+    const Json tree = ParseJson(FormatTreeAsJson(ReadInventory(*reader_), {}));
     EXPECT_EQ(tree["document"], "velkpci.tree");
     const Json& slot = tree["chassis"][0]["slots"][0];
     EXPECT_EQ(slot["tag"], "PCI Slot 1");
@@ -102,7 +102,7 @@ TEST_F(ViewTest, JsonTellsTypesAndKeysOncePerClassAndNamesBesideNumbers) {
 TEST_F(ViewTest, AFailedClassIsToldAsFailedInJson) {
     Findings findings = List(L"Velk_Nothing");
     findings.failures.push_back({"Velk_Nothing", findings.sections[0].data.status, "no such class"});
-    const Json document = Json::parse(FormatFindings(findings, {Format::kJson, {}, false, false}, 0));
+    const Json document = ParseJson(FormatFindings(findings, {Format::kJson, {}, false, false}, 0));
     EXPECT_EQ(document["classes"]["Velk_Nothing"]["status"]["hex"], "0x80041010");
     EXPECT_EQ(document["failures"][0]["status"]["name"], "WBEM_E_INVALID_CLASS");
     EXPECT_EQ(document["failures"][0]["reason"], "no such class");
@@ -113,7 +113,7 @@ TEST_F(ViewTest, AFailedClassIsToldAsFailedInJson) {
 TEST_F(ViewTest, LinesOfJsonAreSelfContained) {
     std::istringstream lines(FormatFindings(List(L"Velk_PCISlot"), {Format::kNdjson, {}, false, false}, 0));
     std::vector<std::string> kinds;
-    for (std::string line; std::getline(lines, line);) kinds.push_back(Json::parse(line)["line"]);
+    for (std::string line; std::getline(lines, line);) kinds.push_back(ParseJson(line)["line"]);
     EXPECT_THAT(kinds, testing::ElementsAre("document", "class", "instance", "instance"));
 }
 
@@ -138,7 +138,7 @@ TEST(Csv, NullIsAnEmptyFieldAndAnEmptyTextAQuotedOne) {
 TEST_F(ViewTest, ColumnsWorkWithEveryFormat) {
     const Findings findings = List(L"Velk_PCISlot");
     EXPECT_EQ(FormatFindings(findings, {Format::kText, {"tag"}}, 0), "Tag\nPCI Slot 1\nPCI Slot 2\n");
-    const Json json = Json::parse(FormatFindings(findings, {Format::kJson, {"Tag"}}, 0));
+    const Json json = ParseJson(FormatFindings(findings, {Format::kJson, {"Tag"}}, 0));
     EXPECT_EQ(json["instances"][0]["properties"], (Json{{"Tag", "PCI Slot 1"}}));
     EXPECT_THAT(FormatFindings(findings, {Format::kNdjson, {"Tag"}}, 0),
                 HasSubstr("\"properties\":{\"Tag\":\"PCI Slot 2\"},\"names\":{}"));

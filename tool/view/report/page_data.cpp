@@ -84,7 +84,7 @@ std::string PageData::AsJson() const {
     for (const Link& link : inventory_.links)
         data["links"].push_back(
             {Utf8FromWide(link.instance->definition->name), end(link.from), end(link.to)});
-    return EscapeForScript(data.dump(-1, ' ', false, Json::error_handler_t::replace));
+    return EscapeForScript(JsonText(data));
 }
 
 }  // namespace velkpci
