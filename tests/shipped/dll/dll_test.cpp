@@ -2,13 +2,14 @@
 
 #include <gmock/gmock.h>
 
-#include <regex>
 #include <set>
+#include <sstream>
 
 #include "common/com_ptr.h"
 #include "common/handle.h"
 #include "host/import_redirect.h"
 #include "module/identifiers.h"
+#include "support/log_line.h"
 #include "support/registry_fixture.h"
 #include "support/temp_folder.h"
 #include "support/usage.h"
@@ -16,6 +17,7 @@
 namespace {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsSubsetOf;
 using velk::CString;
 
@@ -132,9 +134,10 @@ TEST_F(DllTest, RegistryScriptIsResource101) {
     const HRSRC found = ::FindResourceW(dll_.Get(), MAKEINTRESOURCEW(101), L"REGISTRY");
     ASSERT_NE(found, nullptr);
     const HGLOBAL loaded = ::LoadResource(dll_.Get(), found);
-    const std::string script(static_cast<const char*>(::LockResource(loaded)),
-                             ::SizeofResource(dll_.Get(), found));
-    const std::string flat = std::regex_replace(script, std::regex("\\s+"), " ");
+    std::istringstream script(
+        std::string(static_cast<const char*>(::LockResource(loaded)), ::SizeofResource(dll_.Get(), found)));
+    std::string flat;
+    for (std::string word; script >> word;) flat += word + " ";
     EXPECT_EQ(flat,
               "HKCR { NoRemove AppID { '%APPID%' = s 'VelkWmiPci' 'VelkWmiPci.DLL' { val AppID = s '%APPID%' "
               "} } } ");
@@ -171,16 +174,18 @@ TEST_F(DllTest, LoadAndUnloadWriteTwoLines) {
     EXPECT_EQ(::GetModuleHandleW(L"VelkWmiPci.dll"), nullptr) << "still loaded";
 
     const CString log = velktest::ReadWide(folder_.Path(L"VelkWBEMServer.log"));
+    EXPECT_THAT(log, EndsWith(L"\r\n"));
+    const std::vector<CString> lines = velktest::SplitLines(log);
+    ASSERT_EQ(lines.size(), 2U) << testing::PrintToString(log);
     // Only the times cannot be foretold.
-    const std::wregex lines(
-        L"(\\d\\d/\\d\\d/\\d{4} \\d\\d:\\d\\d:\\d\\d\\.\\d{3}) ([^\r]*\r\n)"
-        L"(\\d\\d/\\d\\d/\\d{4} \\d\\d:\\d\\d:\\d\\d\\.\\d{3}) ([^\r]*\r\n)");
-    std::wsmatch match;
-    ASSERT_TRUE(std::regex_match(log, match, lines)) << testing::PrintToString(log);
-    EXPECT_EQ(match[2].str(),
-              L"[Information] VelkWmiPci.DLL!CVelkWmiPciModule::CVelkWmiPciModule| DLL is loaded.\r\n");
-    EXPECT_EQ(match[4].str(),
-              L"[Information] VelkWmiPci.DLL!CVelkWmiPciModule::~CVelkWmiPciModule| DLL is unloaded.\r\n");
+    for (const CString& line : lines)
+        EXPECT_TRUE(velktest::ParseLogLine(line)) << testing::PrintToString(line);
+    EXPECT_THAT(
+        lines[0],
+        EndsWith(L" [Information] VelkWmiPci.DLL!CVelkWmiPciModule::CVelkWmiPciModule| DLL is loaded."));
+    EXPECT_THAT(lines[1],
+                EndsWith(L" [Information] VelkWmiPci.DLL!CVelkWmiPciModule::~CVelkWmiPciModule| DLL is "
+                         L"unloaded."));
 }
 
 TEST_F(DllTest, LoadingAndUnloadingManyTimesLeaksNothing) {

@@ -7,13 +7,13 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <regex>
 #include <thread>
 
 #include "support/child_process.h"
 #include "support/hosted/hosted_dll.h"
 #include "support/hosted/project_folder.h"
 #include "support/hosted/provider_bench.h"
+#include "support/log_line.h"
 #include "support/long_run.h"
 #include "support/registry_fixture.h"
 #include "support/temp_folder.h"
@@ -229,19 +229,14 @@ TEST_F(ProcessesLoad, LogsThatRotateAllTheTimeTearNoLineAndLoseNone) {
     EXPECT_GT(size / (2 * kSmallLog), 10U) << "rotations";
     std::printf("%zu rotations of %lu bytes and a line\n", size / kSmallLog, kSmallLog);
 
-    const std::wregex whole(
-        L"\\d\\d/\\d\\d/\\d{4} \\d\\d:\\d\\d:\\d\\d\\.\\d{3} "
-        L"\\[(?:Verbose|Information)\\] VelkWmiPci\\.DLL!(\\w+)::(~?\\w+)\\| [^\r\n]+");
+    EXPECT_THAT(all, testing::EndsWith(L"\r\n"));
     std::map<std::wstring, int> lines;
-    std::size_t start = 0;
-    for (std::size_t end = all.find(L"\r\n"); end != velk::CString::npos; end = all.find(L"\r\n", start)) {
-        const std::wstring line(all.substr(start, end - start));
-        std::wsmatch match;
-        ASSERT_TRUE(std::regex_match(line, match, whole)) << testing::PrintToString(line);
-        ++lines[match[1].str() + L"::" + match[2].str()];
-        start = end + 2;
+    for (const std::wstring& line : velktest::SplitLines(all)) {
+        const auto whole = velktest::ParseLogLine(line);
+        ASSERT_TRUE(whole) << testing::PrintToString(line);
+        EXPECT_THAT(whole->level, testing::AnyOf(L"Verbose", L"Information"));
+        ++lines[whole->className + L"::" + whole->method];
     }
-    EXPECT_EQ(start, all.size()) << "the last line has its end";
     for (const wchar_t* const name :
          {L"CVelkPCIDeviceProv", L"CVelkPCIBridgeProv", L"CVelkPCISlotProv", L"CVelkPCICardProv"}) {
         EXPECT_EQ(lines[std::wstring(name) + L"::ExecQueryAsync"], kThreads * kLines);
