@@ -8,7 +8,9 @@ foreach(name velk_precompiled velk_precompiled_checked)
     target_link_libraries(${name} PRIVATE velk_options velk_trapping)
     target_precompile_headers(${name} PRIVATE ${velk_precompiled_headers})
 endforeach()
-target_link_libraries(velk_precompiled_checked PRIVATE velk_checked)
+target_link_libraries(velk_precompiled_checked PRIVATE velk_checked velk_json)
+# To read this library takes as long as the platform's headers.
+target_precompile_headers(velk_precompiled_checked PRIVATE <nlohmann/json.hpp>)
 
 # velk_room(NAME [LINKS target...] [EXCEPT regex] [INCLUDES folder...] [DEFINES definition...] [SOURCES file...] [CHECKED]):
 # the static library velk_NAME of all sources of the current folder, but for those whose path matches, and of others that
@@ -73,6 +75,9 @@ function(velk_test_suite name)
         target_include_directories(${name}_tests PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
         target_link_libraries(${name}_tests PRIVATE velk_options velk_test_support ${arg_LINKS})
         target_precompile_headers(${name}_tests REUSE_FROM velk_test_support)
+        if(arg_OF_WHAT_SHIPS)
+            velk_runs_beside_dll(${name}_tests)
+        endif()
     elseif(arg_OF_WHAT_SHIPS)
         # Copied: a program finds the DLL beside itself.
         set(program ${CMAKE_BINARY_DIR}/${name}_tests.exe)
@@ -81,19 +86,24 @@ function(velk_test_suite name)
             COMMAND ${CMAKE_COMMAND} -E copy ${VELK_TEST_PROGRAMS}/${name}_tests.exe ${program}
             DEPENDS ${VELK_TEST_PROGRAMS}/${name}_tests.exe
             VERBATIM)
-        add_custom_target(${name}_tests DEPENDS ${program})
+        add_custom_target(${name}_tests DEPENDS ${program} VelkWmiPci)
     else()
         return()
     endif()
 
     if(arg_OF_WHAT_SHIPS)
-        add_dependencies(${name}_tests VelkWmiPci)
         velk_add_test(${name} ${one_core} ${name}_tests.exe)
         # They take long: begun first, and each in a prefix of its own.
         set_tests_properties(${name} PROPERTIES LABELS shipped COST 100)
     else()
         velk_add_test(${name} ${one_core} ${name}_tests.exe SHARES_PREFIX)
     endif()
+endfunction()
+
+# velk_runs_beside_dll(TARGET): the DLL is there when the program is. The program's files do not wait for it, as they would
+# with add_dependencies.
+function(velk_runs_beside_dll target)
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${CMAKE_BINARY_DIR}/VelkWmiPci.dll)
 endfunction()
 
 # velk_add_test(NAME [SHARES_PREFIX] [ON_ONE_CORE] PROGRAM [ARG...]): a program of the build folder as a test, under Wine in
