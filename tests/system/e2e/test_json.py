@@ -61,13 +61,14 @@ class Schemas(unittest.TestCase):
 
 class Documents(unittest.TestCase):
     def commands(self, machine: pathlib.Path):
+        if machine == SERVER:  # what of all this no machine changes
+            yield "classes", ("classes", "--all")
+            yield "instances", ("list", "Velk_PCISlot", "--columns", "Tag,ConnectorLayout")
+            yield "instances", ("list", "Velk_Nothing")
+            yield "instances", ("query", "nonsense")
         yield "classes", ("classes",)
-        yield "classes", ("classes", "--all")
         yield "instances", ("list", "Velk_PCIDevice")
-        yield "instances", ("list", "Velk_PCISlot", "--columns", "Tag,ConnectorLayout")
-        yield "instances", ("list", "Velk_Nothing")
         yield "instances", ("query", "SELECT Tag FROM Velk_PCISlot")
-        yield "instances", ("query", "nonsense")
         yield "instances", ("get", "Velk_PCISlot", CARD.format(1), CARD.format(99))
         if machine.stem not in FAR:
             yield "tree", ("tree",)
@@ -88,8 +89,8 @@ class Documents(unittest.TestCase):
 
     def test_every_line_on_every_machine_is_of_its_kind(self):
         for machine in MACHINES:
-            for words in (("list", "Velk_PCICard"), ("query", "SELECT * FROM Velk_PCIDevice"), ("classes",),
-                          ("list", "Velk_Nothing")):
+            of_any_machine = [("classes",), ("list", "Velk_Nothing")] if machine == SERVER else []
+            for words in [("list", "Velk_PCICard"), ("query", "SELECT * FROM Velk_PCIDevice"), *of_any_machine]:
                 with self.subTest(machine=machine.stem, words=words):
                     lines = prefix.velkpci(*words, "--ndjson", machine=machine).output.splitlines()
                     self.assertTrue(lines)

@@ -107,13 +107,19 @@ def make_package(build: pathlib.Path, output: str, *options, source=ROOT) -> pat
     return pathlib.Path(done.stdout.strip())
 
 
-def older_source() -> pathlib.Path:
-    """Another state of the sources, with a document that this one has not."""
-    folder = WORK / "older-source"
-    for name in ("packaging", "mof", "docs"):
-        shutil.copytree(ROOT / name, folder / name)
-    (folder / "docs" / "dropped.md").write_text("# Dropped\n", encoding="utf-8")
+def source_with_page(name: str) -> pathlib.Path:
+    """The sources with this page alone: it says no less of a package, and each file takes its part of an installation."""
+    folder = WORK / f"source-{name}"
+    for part in ("packaging", "mof"):
+        shutil.copytree(ROOT / part, folder / part)
+    (folder / "docs").mkdir()
+    (folder / "docs" / f"{name}.md").write_text(f"# {name}\n", encoding="utf-8")
     return folder
+
+
+def make_older_package() -> pathlib.Path:
+    """A version before, with a page that is dropped since."""
+    return make_package(BUILD, "older", "--version", "0.9.0", source=source_with_page("dropped"))
 
 
 def table(package: pathlib.Path, name: str) -> list:
@@ -149,6 +155,7 @@ class PackageCase(unittest.TestCase):
     """Packages of the build, a prefix with a stand-in for the MOF compiler, and both as before after each test."""
 
     maxDiff = None
+    source = None  # what the package is made of; by itself sources with one page
 
     def __init_subclass__(cls, **options):
         super().__init_subclass__(**options)
@@ -160,8 +167,8 @@ class PackageCase(unittest.TestCase):
     def setUpClass(cls):
         fresh_work_folder()
         cls.addClassCleanup(end_wine)
-        cls.package = make_package(BUILD, "current")
-        cls.older = make_package(BUILD, "older", "--version", "0.9.0", source=older_source())
+        cls.package = make_package(BUILD, "current", source=cls.source or source_with_page("page"))
+        cls.older = make_older_package()
         # Windows gives the removal that an upgrade runs this property, with the new product's code; Wine does not. The
         # older package has it always: it is not removed here but by an upgrade.
         subprocess.run(["msibuild", cls.older, "-q", "INSERT INTO `Property` (`Property`, `Value`)"

@@ -9,7 +9,7 @@ import subprocess
 import unittest
 
 import package_case
-from package_case import BUILD, ROOT, WORK, fresh_work_folder, make_package, older_source, table
+from package_case import BUILD, ROOT, WORK, fresh_work_folder, make_older_package, make_package, table
 
 # The type of a custom action that is run to undo.
 ROLLBACK = 0x100
@@ -45,7 +45,7 @@ class Contents(unittest.TestCase):
         cls.addClassCleanup(os.environ.pop, "VELK_SIGN")
         cls.package = make_package(BUILD, "current")
         cls.signed = (WORK / "signed").read_text().split()
-        cls.older = make_package(BUILD, "older", "--version", "0.9.0", source=older_source())
+        cls.older = make_older_package()
         cls.files = WORK / "extracted"
         subprocess.run(["msiextract", "-C", cls.files, cls.package], check=True, stdout=subprocess.DEVNULL)
         cls.docs = next(cls.files.rglob("docs"))

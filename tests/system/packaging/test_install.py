@@ -40,6 +40,8 @@ def documents() -> set:
 
 
 class Installation(PackageCase):
+    source = ROOT
+
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
