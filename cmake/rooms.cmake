@@ -60,11 +60,12 @@ function(velk_shipped_room name links includes)
     add_dependencies(velk_${name} velk_shipped_${name})
 endfunction()
 
-# velk_test_suite(NAME [LINKS target...] [OF_WHAT_SHIPS] [ON_ONE_CORE]): NAME_tests.exe of all sources in the folder NAME, run
-# by CTest as one process: starting a process under Wine costs more than most suites take. OF_WHAT_SHIPS: it looks at the
-# DLL from outside, so that its program may come from VELK_TEST_PROGRAMS. ON_ONE_CORE: see velk_add_test.
+# velk_test_suite(NAME [LINKS target...] [OF_WHAT_SHIPS [ALONE]] [ON_ONE_CORE]): NAME_tests.exe of all sources in the folder
+# NAME, run by CTest as one process: starting a process under Wine costs more than most suites take. OF_WHAT_SHIPS: it looks
+# at the DLL from outside, so that its program may come from VELK_TEST_PROGRAMS; ALONE: at no other DLL than the one that
+# ships. ON_ONE_CORE: see velk_add_test.
 function(velk_test_suite name)
-    cmake_parse_arguments(arg "OF_WHAT_SHIPS;ON_ONE_CORE" "" "LINKS" ${ARGN})
+    cmake_parse_arguments(arg "OF_WHAT_SHIPS;ALONE;ON_ONE_CORE" "" "LINKS" ${ARGN})
     set(one_core "")
     if(arg_ON_ONE_CORE)
         set(one_core ON_ONE_CORE)
@@ -91,7 +92,9 @@ function(velk_test_suite name)
         return()
     endif()
 
-    if(arg_OF_WHAT_SHIPS)
+    if(arg_ALONE AND VELK_SHIPPED)
+        add_dependencies(test_programs ${name}_tests)
+    elseif(arg_OF_WHAT_SHIPS)
         velk_add_test(${name} ${one_core} ${name}_tests.exe)
         # They take long: begun first, and each in a prefix of its own.
         set_tests_properties(${name} PROPERTIES LABELS shipped COST 100)

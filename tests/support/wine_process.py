@@ -3,6 +3,7 @@
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -40,8 +41,9 @@ def never_began(done: subprocess.CompletedProcess) -> bool:
     return is_silent or NOT_STARTED in done.stdout
 
 
-def end_wine(folder: pathlib.Path) -> None:
-    """Ends the server of the prefix below a folder, and with it all that runs there."""
+def end_wine(folder: pathlib.Path, waits: bool = True) -> None:
+    """Ends the server of the prefix below a folder, and with it all that runs there: half a second, unless it is not waited
+    for."""
     found = (shutil.which(each) for each in ("wineserver64", "/usr/lib/wine/wineserver64", "wineserver"))
     server = next(filter(None, found))
-    subprocess.run([server, "-k"], env={**os.environ, "WINEPREFIX": str(folder / "wineprefix")}, timeout=60)
+    subprocess.run([server, "-k" if waits else f"-k{signal.SIGINT.value}"], env={**os.environ, "WINEPREFIX": str(folder / "wineprefix")}, timeout=60)

@@ -67,7 +67,7 @@ class Prefix:
         wine_process.end_wine(self.folder)
 
     def remove(self):
-        self.end_server()
+        wine_process.end_wine(self.folder, waits=False)
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def start(self, *arguments) -> Answer:

@@ -72,7 +72,7 @@ def wine(*arguments, check=True):
 
 
 def end_wine():
-    wine_process.end_wine(WORK)
+    wine_process.end_wine(WORK, waits=False)
 
 
 def registry(*roots) -> dict:
