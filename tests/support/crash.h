@@ -12,7 +12,9 @@ inline constexpr UINT kCrashed = 98;
 /// well.
 LONG WINAPI EndAsCrashed(EXCEPTION_POINTERS* crash);
 
-/// What a test program exits with that came to the end of a stack. It says no more: there is no room.
+/// What a test program exits with that came to the end of a stack. It says no more: there is no room. Where a
+/// large frame leaves less than three or four kilobytes of the last page, Wine 10 does not ask either, but
+/// ends the thread: the program's first one with exit code 1, another one without anybody being told.
 inline constexpr UINT kOutOfStack = 97;
 
 /// From here on a crash ends the process with one of these codes, never with a dialog that nobody sees.
