@@ -12,6 +12,8 @@ struct LogLine {
     std::wstring className;  ///< of the function that wrote it
     std::wstring method;
     std::wstring text;
+
+    bool operator==(const LogLine&) const = default;
 };
 
 /// Nothing of what is no whole line, without its end: torn, or by somebody else.

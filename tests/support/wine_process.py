@@ -42,8 +42,9 @@ def never_began(done: subprocess.CompletedProcess) -> bool:
 
 
 def end_wine(folder: pathlib.Path, waits: bool = True) -> None:
-    """Ends the server of the prefix below a folder, and with it all that runs there: half a second, unless it is not waited
-    for."""
+    """Ends the server of the prefix below a folder, and with it all that runs there. To wait for that takes Wine most of a
+    second."""
     found = (shutil.which(each) for each in ("wineserver64", "/usr/lib/wine/wineserver64", "wineserver"))
     server = next(filter(None, found))
-    subprocess.run([server, "-k" if waits else f"-k{signal.SIGINT.value}"], env={**os.environ, "WINEPREFIX": str(folder / "wineprefix")}, timeout=60)
+    how = "-k" if waits else f"-k{signal.SIGINT.value}"
+    subprocess.run([server, how], env={**os.environ, "WINEPREFIX": str(folder / "wineprefix")}, timeout=60)
